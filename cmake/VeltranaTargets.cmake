@@ -1,0 +1,62 @@
+# The two ways in which this tree makes a target: a library per folder and a test per source file.
+
+option(VELTRANA_WARNINGS_AS_ERRORS "Stop at the first compiler warning" OFF)
+set(VELTRANA_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(veltrana_options INTERFACE)
+target_include_directories(veltrana_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_definitions(veltrana_options INTERFACE _GNU_SOURCE)
+target_compile_options(veltrana_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -fno-omit-frame-pointer
+  $<$<BOOL:${VELTRANA_WARNINGS_AS_ERRORS}>:-Werror>)
+if(VELTRANA_SANITIZE)
+  target_compile_options(veltrana_options INTERFACE
+    -fsanitize=${VELTRANA_SANITIZE} -fno-sanitize-recover=all)
+  target_link_options(veltrana_options INTERFACE -fsanitize=${VELTRANA_SANITIZE})
+endif()
+
+# veltrana_library(NAME [STRICT_CONVERSIONS] SOURCES file... [LINKS target...])
+# A static library of one folder. Headers are included by their path from the top of the tree.
+# STRICT_CONVERSIONS adds -Wconversion, for the folders that handle bytes from the network.
+function(veltrana_library name)
+  cmake_parse_arguments(ARG "STRICT_CONVERSIONS" "" "SOURCES;LINKS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC veltrana_options ${ARG_LINKS})
+  if(ARG_STRICT_CONVERSIONS)
+    target_compile_options(${name} PRIVATE -Wconversion)
+  endif()
+endfunction()
+
+# veltrana_test(NAME SOURCES file... LIBRARY target [LINKS target...] [LAB [arg...]])
+# A GoogleTest program. The library under test is linked whole, so that an object of it that uses
+# something its folder does not build on fails to link here.
+# Without LAB every test case is a CTest test of its own, named NAME.Suite.Case. With LAB the whole
+# program is one CTest test, run inside a private network; the words after LAB are passed to
+# script/lab (for instance --display for an X server with a window manager).
+function(veltrana_test name)
+  cmake_parse_arguments(ARG "" "LIBRARY" "SOURCES;LINKS;LAB" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE
+    $<LINK_LIBRARY:WHOLE_ARCHIVE,${ARG_LIBRARY}> ${ARG_LINKS} GTest::gtest_main GTest::gmock)
+  target_compile_definitions(${name} PRIVATE
+    VELTRANA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VELTRANA_BINARY_DIR="${CMAKE_BINARY_DIR}")
+  set(results ${CMAKE_BINARY_DIR}/test-results)
+  if(DEFINED ARG_LAB OR "LAB" IN_LIST ARG_KEYWORDS_MISSING_VALUES)
+    add_test(NAME ${name}
+      COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} -- $<TARGET_FILE:${name}>
+              --gtest_output=xml:${results}/${name}.xml)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab")
+  else()
+    gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
+      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
+  endif()
+endfunction()
