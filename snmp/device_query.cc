@@ -1,0 +1,2 @@
+// The single questions that the program asks a device over SNMP.
+#include "snmp/device_query.h"
