@@ -1,0 +1,2 @@
+// The command channel to a scanner: packets, retries and replies.
+#include "devreg/udp_command.h"
