@@ -1,0 +1,1 @@
+// Push buttons, toggle buttons, check boxes and radio buttons.

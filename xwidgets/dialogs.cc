@@ -1,0 +1,1 @@
+// Modal dialogs, the message box, the colour and font pickers.

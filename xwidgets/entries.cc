@@ -1,0 +1,1 @@
+// Text entries, spin buttons, ranges and progress bars.

@@ -1,0 +1,1 @@
+// The pop-up help balloon and the drawing area.

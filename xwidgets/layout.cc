@@ -1,0 +1,1 @@
+// Layout containers and passive widgets.

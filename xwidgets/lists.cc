@@ -1,0 +1,1 @@
+// List and combo controls.

@@ -1,0 +1,1 @@
+// The base of a settings page in a notebook.

@@ -1,0 +1,1 @@
+// The root of the widget classes and the top-level window.
