@@ -1,0 +1,59 @@
+// A text entry that takes ASCII only and, under an input rule, only chosen characters of it.
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <memory>
+
+#include "xwidgets/entries.h"
+
+// What an xEntryNoWide lets through. A character passes if any flag that is set allows it; flags
+// have no effect without INPUT_FILTER, and INPUT_FILTER alone lets nothing through.
+enum InputRule : unsigned int {
+  INPUT_DIGITS = 0x1,             // ASCII digits
+  INPUT_ALNUM = 0x2,              // ASCII letters and digits
+  INPUT_NO_SLASH = 0x10,          // everything but "/"
+  INPUT_ALLOWED = 0x20,           // the characters of the allowed text, if it is set
+  INPUT_FILTER = 0x1000,          // the filter is on
+  INPUT_PRINTABLE = 0x10000000u,  // 0x21 to 0x7D, which leaves out "~", if the allowed text is set
+};
+
+// An xEntry whose text is filtered on its way in, whether it is typed, pasted, committed by an
+// input method or set by the program. The display beeps for what is refused; nothing else tells the
+// user. GTK main thread only.
+class xEntryNoWide : public xEntry {
+ public:
+  // `widthChars` as for xEntry; `rule` is a set of InputRule flags. There is no allowed text yet.
+  xEntryNoWide(xWidget* parent, unsigned int id, int widthChars, unsigned int rule);
+  ~xEntryNoWide() override;
+
+  // Replaces the rule and the allowed text, which is copied and may be null. The text that the
+  // entry holds is not filtered again.
+  void SetInputRule(unsigned int rule, const char* allowed);
+
+  // Decides about `text`, `length` bytes that are about to be inserted at character `*position`. A
+  // text that holds a wide (non-ASCII) character, or whose length is negative, is refused whole. Of
+  // any other text, what the rule allows is inserted; if that is less than all of it, `*position`
+  // has moved behind it on return. Runs inside the emission of "insert-text".
+  virtual void OnInsertText(const char* text, int length, int* position);
+
+  // GTK "insert-text" handler; `data` is the xEntryNoWide. Null data is only logged.
+  static void CallBack_InsertText(GtkEditable* editable, const char* text, int length,
+                                  int* position, void* data);
+
+  // Handler for GtkIMContext's "commit"; `data` is the xEntryNoWide. Makes room for the committed
+  // text as an entry does before it inserts one, and does not insert it. Connected to no signal.
+  static void CallBack_Commit(GtkIMContext* context, const char* text, void* data);
+
+ protected:
+  struct FreeText {
+    void operator()(char* text) const { g_free(text); }
+  };
+
+  unsigned int m_nInputRule;
+  std::unique_ptr<char, FreeText> m_szAllowed;  // null when not set
+
+ private:
+  bool IsAllowed(char ch) const;
+  void Refuse();
+};
