@@ -53,14 +53,10 @@ int readable_timeo(int socket, unsigned int seconds);
 int recvfrom_timeo(int socket, void* buffer, size_t length, int flags, sockaddr* from,
                    socklen_t* from_length, unsigned int seconds);
 
-// Returns a list of one datagram that holds a copy of the `length` bytes (at most 1536) received
-// from `from`, or null when memory is short. The caller releases it with free_packet_data_list.
-packet_data_list* net_new_packet(const sockaddr_in& from, const unsigned char* data, int length);
-
 // Sends `length` bytes to the SNMP port of one device and waits `seconds` for one datagram, whoever
 // sends it; of a longer one the first 1536 bytes are kept. Returns a list of that datagram, which
 // the caller releases with free_packet_data_list, or null: no socket, unknown address, no answer in
-// time, an error on receiving (as when the device refuses the port) or no memory.
+// time, an error on receiving or no memory.
 packet_data_list* net_send_rev(const char* address, unsigned int seconds, const unsigned char* data,
                                int length);
 
