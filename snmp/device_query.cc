@@ -1,2 +1,62 @@
 // The single questions that the program asks a device over SNMP.
 #include "snmp/device_query.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "snmp/request.h"
+#include "snmp/simple_pdu.h"
+
+namespace {
+
+// The maker's objects stand below its own enterprise number.
+constexpr char kSysName[] = "1.3.6.1.2.1.1.5.0";
+constexpr char kVendor[] = "1.3.6.1.4.1.731.1.2.1.1.0";
+constexpr char kModel[] = "1.3.6.1.4.1.731.1.2.1.2.0";
+constexpr char kIfPhysAddress1[] = "1.3.6.1.2.1.2.2.1.6.1";
+
+constexpr int kMacValueSize = 256;
+constexpr size_t kMacTextSize = sizeof("00:00:00:00:00:00");
+
+// GET with the default community. On success *length is the number of bytes received.
+int GetValue(const char* address, const char* oid, unsigned char* value, int* length) {
+  snmp_get_param param{};
+  strncpy(param.name, oid, sizeof(param.name) - 1);
+  param.value_length = *length;
+  param.value = value;
+  const int result = snmp_get(address, nullptr, &param);
+  *length = param.value_length;
+  return result;
+}
+
+}  // namespace
+
+int net_get_string(const char* address, const char* oid, char* buffer, int length) {
+  int received = length;
+  const int result = GetValue(address, oid, reinterpret_cast<unsigned char*>(buffer), &received);
+  if (result == 0) snmp2c_str(buffer, received);
+  return result;
+}
+
+int net_get_name(const char* address, char* buffer, int length) {
+  return net_get_string(address, kSysName, buffer, length);
+}
+
+int net_get_vendor(const char* address, char* buffer, int length) {
+  return net_get_string(address, kVendor, buffer, length);
+}
+
+int net_get_model(const char* address, char* buffer, int length) {
+  return net_get_string(address, kModel, buffer, length);
+}
+
+int net_get_mac(const char* address, char* buffer) {
+  unsigned char mac[kMacValueSize] = {};
+  int received = kMacValueSize;
+  const int result = GetValue(address, kIfPhysAddress1, mac, &received);
+  if (result == 0) {
+    snprintf(buffer, kMacTextSize, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
+             mac[4], mac[5]);
+  }
+  return result;
+}
