@@ -1,2 +1,127 @@
 // The command channel to a scanner: packets, retries and replies.
 #include "devreg/udp_command.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <memory>
+
+#include "app/debug_log.h"
+
+namespace {
+
+constexpr char kSignature[] = "MFPP0200ML01";
+
+// Offsets in a packet. The sequence number takes two bytes, the data end the packet.
+constexpr int kSequenceOffset = 12;
+constexpr int kCategoryOffset = 14;
+constexpr int kCommandOffset = 15;
+constexpr int kLengthOffset = 16;
+constexpr int kStatusOffset = 17;
+constexpr int kDataOffset = 20;
+
+constexpr int kReplySize = 1536;
+constexpr int kAttempts = 3;
+constexpr unsigned int kReplySeconds = 3;
+
+constexpr int kMemoryError = -2;
+constexpr int kNoDataBuffer = -3;
+constexpr int kNoReply = -101;
+
+// Result of udp_send_rev when no datagram came in time.
+constexpr int kTimedOut = -3;
+
+struct FreeDeleter {
+  void operator()(unsigned char* bytes) const { free(bytes); }
+};
+
+struct Packet {
+  std::unique_ptr<unsigned char, FreeDeleter> bytes;  // null when memory is short
+  int length;
+};
+
+int DrawSequence() {
+  srand(static_cast<unsigned int>(time(nullptr)));
+  return rand();
+}
+
+unsigned char LowByte(int value) { return static_cast<unsigned char>(value & 0xFF); }
+
+// A sequence of 0 draws one.
+Packet BuildPacket(const UDPCOMMAND& request, int sequence) {
+  if (request.length < 0) return {nullptr, 0};
+  const auto data_length = static_cast<size_t>(request.length);
+  Packet packet{nullptr, kDataOffset + request.length};
+  packet.bytes.reset(static_cast<unsigned char*>(malloc(kDataOffset + data_length)));
+  unsigned char* bytes = packet.bytes.get();
+  if (bytes == nullptr) return packet;
+  if (sequence == 0) sequence = DrawSequence();
+  memset(bytes, 0, kDataOffset);
+  memcpy(bytes, kSignature, kSequenceOffset);
+  bytes[kSequenceOffset] = LowByte(sequence);
+  bytes[kSequenceOffset + 1] = LowByte(sequence >> 8);
+  bytes[kCategoryOffset] = request.category;
+  bytes[kCommandOffset] = request.command;
+  bytes[kLengthOffset] = LowByte(request.length);
+  bytes[kStatusOffset] = request.status;
+  if (data_length > 0) memcpy(bytes + kDataOffset, request.data, data_length);
+  return packet;
+}
+
+bool HasSequenceOf(const unsigned char* reply, const Packet& packet) {
+  return memcmp(reply + kSequenceOffset, packet.bytes.get() + kSequenceOffset, 2) == 0;
+}
+
+// Sends the packet up to three times and stores the datagram with its sequence number in `reply`
+// (1536 bytes, zeros behind the datagram). Returns the transport's last result; a datagram with
+// another sequence number counts as a time-out.
+int Exchange(const char* address, const Packet& packet, unsigned char* reply) {
+  int result = kTimedOut;
+  for (int attempt = 0; attempt < kAttempts && result == kTimedOut; ++attempt) {
+    int reply_length = kReplySize;
+    result = udp_send_rev(address, kReplySeconds, packet.bytes.get(), packet.length, reply,
+                          &reply_length);
+    if (result == 0 && !HasSequenceOf(reply, packet)) result = kTimedOut;
+  }
+  return result;
+}
+
+// The scanner's data count is not trusted: no more is stored than the caller has room for.
+int TakeReply(const unsigned char* reply, UDPCOMMAND* response) {
+  const int capacity = response->length;
+  response->command = reply[kCommandOffset];
+  response->category = reply[kCategoryOffset];
+  response->length = reply[kLengthOffset];
+  response->status = reply[kStatusOffset];
+  if (response->length == 0) return 0;
+  if (response->data == nullptr) return kNoDataBuffer;
+  const int stored = std::clamp(capacity, 0, response->length);
+  memcpy(response->data, reply + kDataOffset, static_cast<size_t>(stored));
+  return 0;
+}
+
+}  // namespace
+
+unsigned short udpCommandPort = 3892;
+
+int UdpCommandSend(const char* ipAddress, int sequence, UDPCOMMAND* request) {
+  const Packet packet = BuildPacket(*request, sequence);
+  if (packet.bytes == nullptr) return kMemoryError;
+  return udp_send(ipAddress, kReplySeconds, packet.bytes.get(), packet.length);
+}
+
+int UdpCommandSendResponse(char* ipAddress, UDPCOMMAND* request, UDPCOMMAND* response) {
+  myDbgFunc(DBG_PREFIX "UdpCommandSendResponse (ipAddress=%s) \n", DBG_HERE, ipAddress);
+  const Packet packet = BuildPacket(*request, 0);
+  if (packet.bytes == nullptr) return kMemoryError;
+  unsigned char reply[kReplySize];
+  const int result = Exchange(ipAddress, packet, reply);
+  if (result != 0) return result == kTimedOut ? kNoReply : -1;
+  return TakeReply(reply, response);
+}
+
+int SetUdpCommandPort(unsigned short port) {
+  udpCommandPort = port;
+  return 0;
+}
