@@ -1,0 +1,6 @@
+// A growable array of unsigned 32-bit numbers.
+#include "collections/dword_array.h"
+
+CDWordArray::CDWordArray() = default;
+
+CDWordArray::~CDWordArray() { RemoveAll(); }

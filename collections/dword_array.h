@@ -1,0 +1,13 @@
+// A growable array of unsigned 32-bit numbers.
+#pragma once
+
+#include "collections/growable_array.h"
+#include "collections/object.h"
+
+// GrowableArray tells how it works. Only GetAt and SetAt check their arguments.
+class CDWordArray : public CObject,
+                    public GrowableArray<CDWordArray, unsigned int, NewStorage<unsigned int>> {
+ public:
+  CDWordArray();
+  ~CDWordArray() override;
+};

@@ -1,0 +1,4 @@
+// The root of the collection classes.
+#include "collections/object.h"
+
+CObject::~CObject() = default;
