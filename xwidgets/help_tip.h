@@ -59,9 +59,10 @@ class xHelpTip : public xBin {
   void SetUpWindow();
   void StartTimer();
   void StopTimer();
-  void ConnectToplevel(GtkWidget* toplevel);
-  void DisconnectToplevel();
-  void MoveToCorner(GtkWidget* control);
+  bool IsConnected() const { return m_nParentHandler != 0 && m_pToplevel != nullptr; }
+  void Connect(GtkWidget* toplevel);
+  void Disconnect();
+  void MoveToCornerOf(GtkWidget* control);
   void OnTipEvent(const GdkEvent* event);
   void OnToplevelEvent(GtkWidget* toplevel, const GdkEvent* event);
 };
