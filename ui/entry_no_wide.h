@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <memory>
+#include <string>
 
 #include "xwidgets/entries.h"
 
@@ -54,6 +55,8 @@ class xEntryNoWide : public xEntry {
   std::unique_ptr<char, FreeText> m_szAllowed;  // null when not set
 
  private:
+  std::string Filter(const char* text, int length) const;
   bool IsAllowed(char ch) const;
   void Refuse();
+  void MakeRoom();
 };
