@@ -22,6 +22,7 @@ namespace {
 
 // Has a successor on the maker's devices only.
 constexpr char kDiscoveryOid[] = "1.3.6.1.4.1.731.405.1.1.1.3";
+constexpr char kCommunity[] = "public";
 constexpr unsigned int kGatheringSeconds = 1;
 constexpr int kMaxAnswers = 256;
 
@@ -68,8 +69,8 @@ class MachineList {
 
 void FillRequest(snmp_simple_pdu* request) {
   request->pdu_type = kPduGetNext;
-  strcpy(request->community, "public");
-  strcpy(request->variables[0].name, kDiscoveryOid);
+  memcpy(request->community, kCommunity, sizeof(kCommunity));
+  memcpy(request->variables[0].name, kDiscoveryOid, sizeof(kDiscoveryOid));
 }
 
 bool AskDevice(Device* device) {
