@@ -34,9 +34,6 @@ class xButtonBase : public xBin {
   // Connects "clicked" of the attached widget; the last step of every constructor.
   void ConnectClicked();
 
-  // Puts a row of the picture and the text into the button.
-  void SetContent(GtkWidget* image, const char* markup);
-
   std::unique_ptr<xImage> m_pImage;
 };
 
