@@ -1,1 +1,32 @@
 // The application object and its main loop.
+#include "app/app_frame.h"
+
+xApp* xApp::m_Instance = nullptr;
+
+xApp::xApp() { m_Instance = this; }
+
+xApp::~xApp() = default;
+
+int xApp::Start(int argc, char** argv) {
+  gtk_init(&argc, &argv);
+  return InitInstance();
+}
+
+void xApp::Run() {
+  if (m_pMainWnd == nullptr) return;
+  g_signal_connect(m_pMainWnd->GetWidget(), "destroy", G_CALLBACK(CallBack_Destroy), this);
+  gtk_main();
+}
+
+void xApp::CallBack_Destroy(GtkObject* /*object*/, void* data) {
+  if (data != nullptr) static_cast<xApp*>(data)->MainWindowDestroyed();
+}
+
+void xApp::MainWindowDestroyed() {
+  delete m_pMainWnd;
+  m_pMainWnd = nullptr;
+  ExitInstance();
+  gtk_main_quit();
+}
+
+xApp* xGetApp() { return xApp::m_Instance; }
