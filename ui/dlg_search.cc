@@ -1,0 +1,196 @@
+// The search dialog, its worker, and what the two share.
+#include "ui/dlg_search.h"
+
+#include <gtk/gtk.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <mutex>
+#include <utility>
+
+#include "app/debug_log.h"
+#include "ui/main_win.h"
+
+namespace {
+
+constexpr unsigned int kIdCancel = 3;
+constexpr unsigned int kIdProgress = 4;
+
+constexpr unsigned short kDlgSearch = 103;
+constexpr unsigned short kStrSearching = 311;
+
+constexpr int kFinished = 1;
+constexpr int kCancelled = 2;
+constexpr time_t kPauseSeconds = 1;
+
+struct FreeMemory {
+  void operator()(MACHINEINFO* machines) const { free(machines); }
+};
+using Machines = std::unique_ptr<MACHINEINFO, FreeMemory>;
+
+// While it lives, pthread_cancel on this thread takes effect later.
+class CancellationOff {
+ public:
+  CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_iOldState); }
+  ~CancellationOff() { pthread_setcancelstate(m_iOldState, nullptr); }
+  CancellationOff(const CancellationOff&) = delete;
+  CancellationOff& operator=(const CancellationOff&) = delete;
+
+ private:
+  int m_iOldState = 0;
+};
+
+}  // namespace
+
+// What the dialog and the worker share, freed by the one that lets go of it last. A result that
+// nobody took is freed with it.
+struct SearchState {
+  explicit SearchState(CDlgSearch* owner) : dialog(owner) {}
+
+  std::mutex mutex;    // for machines and count, and for the start of the search
+  CDlgSearch* dialog;  // main thread only; null once the search is over
+  Machines machines;
+  int count = 0;
+};
+
+std::atomic<int> bCancel{0};
+
+namespace {
+
+using SharedState = std::shared_ptr<SearchState>;
+
+// Whether the search was cancelled. Waits until the dialog has finished starting it.
+int ReadCancel(SearchState* state) {
+  const std::lock_guard<std::mutex> lock(state->mutex);
+  return bCancel;
+}
+
+void StoreResult(SearchState* state, Machines machines, int count) {
+  const std::lock_guard<std::mutex> lock(state->mutex);
+  state->machines = std::move(machines);
+  state->count = count;
+}
+
+// A cancellation point.
+void Pause() {
+  timespec left = {kPauseSeconds, 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+// Gives the dialog, if it still waits for it, the result and ends it. Runs in the main loop.
+gboolean OnSearchEnd(gpointer data) {
+  SearchState* state = static_cast<SharedState*>(data)->get();
+  CDlgSearch* dialog = std::exchange(state->dialog, nullptr);
+  if (dialog == nullptr || dialog->GetWidget() == nullptr) return FALSE;
+  {
+    const std::lock_guard<std::mutex> lock(state->mutex);
+    dialog->setMachines(state->machines.release(), state->count);
+  }
+  gtk_dialog_response(GTK_DIALOG(dialog->GetWidget()), kFinished);
+  return FALSE;
+}
+
+// Sends the main loop to OnSearchEnd. GLib holds a lock while it wakes the loop up with a write,
+// which is a cancellation point.
+void EndSearch(const SharedState& state) {
+  const CancellationOff guard;
+  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, OnSearchEnd, new SharedState(state),
+                  [](gpointer shared) { delete static_cast<SharedState*>(shared); });
+}
+
+}  // namespace
+
+void* search_thread(void* state) {
+  const std::unique_ptr<SharedState> search(static_cast<SharedState*>(state));
+
+  int count = 0;
+  Machines machines(searchMachine(&count, nullptr));
+  const int cancel = ReadCancel(search->get());
+  myDbgFunc(DBG_PREFIX "search_thread bCancel=%d\n", DBG_HERE, cancel);
+  if (cancel == 0) {
+    StoreResult(search->get(), std::move(machines), count);
+    Pause();
+    EndSearch(*search);
+  }
+  myDbgFunc(DBG_PREFIX "search_thread End\n", DBG_HERE);
+  return nullptr;
+}
+
+CDlgSearch::CDlgSearch(xWindow* parent) : xDialog(parent), m_wUpdating(0xFFFF) {
+  SetWindowText("");
+  xBox row(xBox::kHorizontal, 0, 10);
+  xButtonBox buttons(xButtonBox::kHorizontal, GTK_BUTTONBOX_END, 10);
+  m_pCancel = std::make_unique<xStockButton>(this, kIdCancel, "gtk-cancel");
+  buttons.AppendChild(m_pCancel.get());
+  row.AppendChild(&buttons, 0, 0, 0);
+  m_pLabel = std::make_unique<xLabel>(
+      LoadDlgText(kDlgSearch, kStrSearching, "Searching online devices...").c_str(), 0.0F, 0.5F,
+      nullptr, kNoControlID);
+  // The bar stays empty: how far the survey is cannot be told.
+  m_pProgress = std::make_unique<xProgressBar>(this, kIdProgress, 0);
+  GetContent()->AppendChild(m_pLabel.get(), 0, 0, 0);
+  GetContent()->AppendChild(m_pProgress.get(), 0, 0, 0);
+  GetContent()->AppendChild(&row, 0, 0, 0);
+  g_signal_connect(m_pWidget, "close", G_CALLBACK(CallBack_Close), this);
+  g_signal_connect(m_pWidget, "response", G_CALLBACK(CallBack_Response), this);
+  m_wUpdating = 0;
+}
+
+CDlgSearch::~CDlgSearch() {
+  if (!m_bStarted) return;
+  CancelWorker();
+  pthread_join(m_Thread, nullptr);
+}
+
+void CDlgSearch::OnInitDialog() {
+  gtk_window_set_deletable(GTK_WINDOW(m_pWidget), FALSE);
+  StartWorker();
+  SetResizable(0);
+}
+
+// The flag is reset after the thread has started. The worker cannot look at it before that: it
+// needs the lock.
+void CDlgSearch::StartWorker() {
+  m_pState = std::make_shared<SearchState>(this);
+  const std::lock_guard<std::mutex> lock(m_pState->mutex);
+  auto argument = std::make_unique<SharedState>(m_pState);
+  m_bStarted = pthread_create(&m_Thread, nullptr, search_thread, argument.get()) == 0;
+  if (m_bStarted) static_cast<void>(argument.release());  // the worker's from now on
+  bCancel = 0;
+}
+
+// Ends the worker at its next wait and cuts it off from the dialog. Does nothing when the dialog
+// has the result already, or the search is cancelled.
+void CDlgSearch::CancelWorker() {
+  if (m_pState == nullptr || m_pState->dialog == nullptr) return;
+  m_pState->dialog = nullptr;
+  bCancel = 1;
+  if (m_bStarted) pthread_cancel(m_Thread);
+}
+
+void CDlgSearch::OnNofityBtnClicked(unsigned int id) {
+  myDbgFunc(DBG_PREFIX "CDlgSearch::OnNofityBtnClicked ID=%d\n", DBG_HERE, static_cast<int>(id));
+  if (m_wUpdating != 0 || id != kIdCancel) return;
+  bCancel = 1;
+  myDbgFunc(DBG_PREFIX "CDlgSearch::OnNofityBtnClicked ID_SEARCH_CANCEL\n", DBG_HERE);
+  CancelWorker();
+  gtk_dialog_response(GTK_DIALOG(m_pWidget), kCancelled);
+}
+
+// The Escape key ends a GTK dialog even if it has no close button.
+void CDlgSearch::CallBack_Close(GtkDialog* dialog, void* /*data*/) {
+  g_signal_stop_emission_by_name(dialog, "close");
+}
+
+void CDlgSearch::CallBack_Response(GtkDialog* /*dialog*/, int response, void* data) {
+  if (response != kFinished) static_cast<CDlgSearch*>(data)->CancelWorker();
+}
+
+void CDlgSearch::setMachines(MACHINEINFO* machines, int count) {
+  m_pMachines = machines;
+  m_iNumMachine = count;
+}
+
+void CDlgSearch::OnEndDialog(int /*result*/) {}
