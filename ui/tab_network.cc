@@ -1,0 +1,293 @@
+// The page of the scanners and this computer's name.
+#include "ui/tab_network.h"
+
+#include <gtk/gtk.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "app/debug_log.h"
+#include "devreg/client_registration.h"
+#include "resource/rc_tables.h"
+#include "ui/dlg_search.h"
+#include "ui/main_tabs.h"
+#include "ui/main_win.h"
+#include "ui/valid_utf8.h"
+
+namespace {
+
+constexpr unsigned int kIdNameEntry = 2;
+constexpr unsigned int kIdListUp = 5;
+constexpr unsigned int kIdSearch = 53;
+constexpr unsigned int kIdConfigure = 54;
+constexpr unsigned int kIdDeviceList = 55;
+
+constexpr unsigned short kDlgNetwork = 102;
+constexpr unsigned short kStrFrame = 212;
+constexpr unsigned short kStrListUp = 213;
+constexpr unsigned short kStrName = 214;
+constexpr unsigned short kStrHeading = 215;
+constexpr unsigned short kStrModelName = 216;
+constexpr unsigned short kStrMachineName = 217;
+constexpr unsigned short kStrAddress = 218;
+constexpr unsigned short kStrSearch = 219;
+constexpr unsigned short kStrConfigure = 220;
+
+constexpr int kNameChars = 15;  // what a scanner keeps of a name
+constexpr char kNameCharacters[] =
+    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}";
+constexpr char kFallbackName[] = "Linux-PC";
+
+// The debug log names the handler of the click for everything that the click does.
+constexpr char kBtnClicked[] = "OnNofityBtnClicked";
+
+// A program that opens a web page in the desktop's browser.
+struct Viewer {
+  const char* path;
+  const char* name;  // its argument 0
+  const char* found;
+  const char* entered;
+};
+constexpr Viewer kViewers[] = {
+    {"/usr/bin/xdg-open", "xdg-open", "xdg-open exist", "viewer: xdg enter"},
+    {"/usr/bin/gnome-open", "gnome-open", "gnome-open exist", "viewer: gnome enter"},
+};
+
+std::string Text(unsigned short string, const char* english) {
+  return LoadDlgText(kDlgNetwork, string, english);
+}
+
+void MarkModified() {
+  CMainWin* window = xGetMainWin();
+  if (window != nullptr) window->SetModified(-1);
+}
+
+const Viewer* FindViewer() {
+  for (const Viewer& viewer : kViewers) {
+    if (access(viewer.path, X_OK) != 0) continue;
+    myDbgFunc(DBG_PREFIX "%s\n", kBtnClicked, __LINE__, viewer.found);
+    return &viewer;
+  }
+  myDbgFunc(DBG_PREFIX "Error: xdg-open, gnome-open not exist\n", kBtnClicked, __LINE__);
+  return nullptr;
+}
+
+// Starts the viewer and leaves it to itself; GLib collects its exit status.
+void StartViewer(const Viewer& viewer, const char* url) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    myDbgFunc(DBG_PREFIX "%s\n", kBtnClicked, __LINE__, viewer.entered);
+    execl(viewer.path, viewer.name, url, nullptr);
+    // Not exit: this copy of the program must not tear down the window on the shared X connection.
+    _exit(1);
+  }
+  if (pid < 0) return;
+  g_child_watch_add(
+      pid, [](GPid child, gint, gpointer) { g_spawn_close_pid(child); }, nullptr);
+}
+
+void FillInHostName(char* name) {
+  char host[256] = "";
+  if (gethostname(host, sizeof(host) - 1) == 0) my_strlcpy(name, host, kHostnameSize);
+}
+
+bool IsAscii(const char* name) {
+  const std::size_t bytes = strlen(name);
+  // With the length given, a character cut off at the end does not lead past it.
+  return g_utf8_strlen(name, static_cast<gssize>(bytes)) == static_cast<glong>(bytes);
+}
+
+std::string AllowedPart(const char* name) {
+  std::string allowed;
+  for (const char* ch = name; *ch != '\0'; ++ch) {
+    if (strchr(kNameCharacters, *ch) != nullptr) allowed += *ch;
+  }
+  return allowed;
+}
+
+}  // namespace
+
+CTabNetwork::CTabNetwork(CMainTabs* tabs, const char* title, unsigned int id)
+    : xTabBase(tabs, title, id) {
+  ValidateHostName(m_szHostname);
+  myDbgFunc(DBG_PREFIX "hostname=(%s)\n", DBG_HERE, m_szHostname);
+  m_pMachines = searchMachine(&m_iNumMachine, nullptr);
+
+  m_wUpdating = 0xFFFF;
+  CreateControls();
+  xBox page(xBox::kVertical, 0, 6);
+  page.SetBorderWidth(6);
+  Attach(page.GetWidget());
+  BuildNameFrame();
+  page.AppendChild(m_pFrame.get(), 0, 0, 2);
+  BuildDeviceList(&page);
+  m_wUpdating = 0;
+}
+
+// The devices found are left to the end of the process, which is near.
+CTabNetwork::~CTabNetwork() = default;
+
+void CTabNetwork::CreateControls() {
+  m_pFrame = std::make_unique<xFrame>(Text(kStrFrame, "PC name list up on device").c_str());
+  m_pNameLabel = std::make_unique<xLabel>(Text(kStrName, "PC name:").c_str(), 0.0F, 0.5F, nullptr,
+                                          kNoControlID);
+  m_pListUp = std::make_unique<xCheckBox>(this, kIdListUp,
+                                          Text(kStrListUp, "PC name list up on device").c_str());
+  m_pNameEntry = std::make_unique<xEntryNoWide>(this, kIdNameEntry, 0, 0);
+  m_pNameEntry->SetLimitText(kNameChars);
+  m_pNameEntry->SetInputRule(INPUT_FILTER | INPUT_ALLOWED, kNameCharacters);
+  m_pHeading = std::make_unique<xLabel>(Text(kStrHeading, "Configure Network Device").c_str(), 0.0F,
+                                        0.5F, nullptr, kNoControlID);
+  m_pDeviceList = std::make_unique<xListBox>(
+      this, kIdDeviceList, Text(kStrModelName, "Model Name").c_str(),
+      Text(kStrMachineName, "Machine Name").c_str(), Text(kStrAddress, "IP Address").c_str());
+  m_pSearch =
+      std::make_unique<xButton>(this, kIdSearch, Text(kStrSearch, "Search").c_str(), 0, nullptr);
+  m_pConfigure = std::make_unique<xButton>(this, kIdConfigure,
+                                           Text(kStrConfigure, "Configure...").c_str(), 0, nullptr);
+}
+
+// The label spans two rows, of which the second is beyond the table's two: GTK adds it.
+void CTabNetwork::BuildNameFrame() {
+  xTable table(2, 2, 0, nullptr, kNoControlID);
+  table.AppendChild(m_pListUp.get(), 0, 0, 2, 1, GTK_EXPAND | GTK_FILL, GTK_FILL, 2, 2);
+  table.AppendChild(m_pNameLabel.get(), 0, 1, 1, 2, GTK_FILL, GTK_FILL, 2, 2);
+  table.AppendChild(m_pNameEntry.get(), 1, 1, 1, 1, GTK_FILL, GTK_FILL, 2, 2);
+  m_pFrame->AppendChild(&table);
+  m_pNameLabel->SetMnemonic(m_pNameEntry.get());
+}
+
+void CTabNetwork::BuildDeviceList(xBox* page) {
+  page->AppendChild(m_pHeading.get(), 0, 0, 2);
+  page->AppendChild(m_pDeviceList.get(), 1, 1, 2);
+  m_pHeading->SetMnemonic(m_pDeviceList.get());
+
+  xBox buttons(xBox::kHorizontal, 0, 0);
+  buttons.SetBorderWidth(6);
+  buttons.AppendChild(m_pSearch.get(), 0, 0, 2);
+  buttons.AppendChildEnd(m_pConfigure.get(), 0, 0, 2);
+  page->AppendChildEnd(&buttons, 0, 0, 2);
+}
+
+void CTabNetwork::OnInitDialog() {
+  myDbgFunc(DBG_PREFIX "CTabNetwork::OnInitDialog %s\n", DBG_HERE, m_szHostname);
+  SetMachineList();
+  // The entry cuts a long name and reports that, which makes the cut name the name.
+  m_pNameEntry->SetWindowText(std::string(m_szHostname).c_str());
+  m_pListUp->SetCheck(m_iPCNameListUp != 0 ? 1 : 0);
+  m_pConfigure->Enable(0);
+  UpdateStatus();
+}
+
+void CTabNetwork::SetMachineList() {
+  myDbgFunc(DBG_PREFIX "CTabNetwork::SetMachineList num=%d\n", DBG_HERE, m_iNumMachine);
+  m_pDeviceList->Clear();
+  for (int i = 0; i < m_iNumMachine; ++i) {
+    // What a device says of itself may be anything.
+    const MACHINEINFO& machine = m_pMachines[i];
+    m_pDeviceList->AddString2(MakeValidUtf8(machine.szModelName).c_str(),
+                              MakeValidUtf8(machine.szMachineName).c_str(),
+                              MakeValidUtf8(machine.szIPAddress).c_str());
+  }
+  myDbgFunc(DBG_PREFIX "CTabNetwork::SetMachineList end\n", DBG_HERE);
+}
+
+void CTabNetwork::OnActive() { UpdateStatus(); }
+
+void CTabNetwork::OnReset() { UpdateStatus(); }
+
+void CTabNetwork::UpdateStatus() {
+  m_wUpdating = 0xFFFF;
+  m_wUpdating = 0;
+}
+
+void CTabNetwork::OnNofityBtnClicked(unsigned int id) {
+  if (m_wUpdating != 0) return;
+  if (id == kIdSearch) Search();
+  if (id == kIdConfigure) OpenWebPage();
+  if (id == kIdListUp) ListUpClicked();
+}
+
+void CTabNetwork::OnNofitySelectChanged(unsigned int id) {
+  if (m_wUpdating != 0 || id != kIdDeviceList) return;
+  m_pConfigure->Enable(m_pDeviceList->GetCurSel() >= 0 ? 1 : 0);
+}
+
+void CTabNetwork::OnNofityChanged(unsigned int id) {
+  if (m_wUpdating != 0 || id != kIdNameEntry) return;
+  MarkModified();
+  my_strlcpy(m_szHostname, m_pNameEntry->GetWindowText(), sizeof(m_szHostname));
+}
+
+void CTabNetwork::Search() {
+  CDlgSearch dialog(xGetMainWin());
+  if (dialog.DoModel() != 1) return;
+  if (m_iNumMachine != 0) free(m_pMachines);
+  m_pMachines = dialog.getMachines();
+  m_iNumMachine = dialog.getMachineNum();
+  SetMachineList();
+  m_pConfigure->Enable(0);
+}
+
+void CTabNetwork::OpenWebPage() {
+  const int selected = m_pDeviceList->GetCurSel();
+  myDbgFunc(DBG_PREFIX "GetCurSel=%d \n", kBtnClicked, __LINE__, selected);
+  if (selected < 0 || selected >= m_iNumMachine) return;
+  const std::string url = std::string("http://") + m_pMachines[selected].szIPAddress;
+  const Viewer* viewer = FindViewer();
+  if (viewer != nullptr) StartViewer(*viewer, url.c_str());
+}
+
+void CTabNetwork::ListUpClicked() {
+  m_pNameEntry->Enable(m_pListUp->GetCheck());
+  MarkModified();
+}
+
+int CTabNetwork::OnApply() {
+  m_iPCNameListUp = m_pListUp->GetCheck();
+  my_strlcpy(m_szHostname, m_pNameEntry->GetWindowText(), sizeof(m_szHostname));
+  if (m_szHostname[0] == '\0') ValidateHostName(m_szHostname);
+  for (int i = 0; i < m_iNumMachine; ++i) {
+    const char* address = m_pMachines[i].szIPAddress;
+    if (m_iPCNameListUp != 0) {
+      registerOneNetDevice(address, m_szHostname);
+    } else {
+      unregisterOnDevice(address, m_szHostname);
+    }
+    myDbgFunc(DBG_PREFIX "i=%d, m_iNumMachine=%d\n", DBG_HERE, i, m_iNumMachine);
+  }
+  return -1;
+}
+
+void CTabNetwork::setHostname(char* name) {
+  myDbgFunc(DBG_PREFIX "CTabNetwork::setHostname (%s) \n", DBG_HERE,
+            name != nullptr ? name : "(null)");
+  if (name == nullptr || name[0] == '\0') return;
+  my_strlcpy(m_szHostname, name, sizeof(m_szHostname));
+}
+
+void CTabNetwork::getHostname(char* out) const { my_strlcpy(out, m_szHostname, kHostnameSize); }
+
+void CTabNetwork::setPCNameListUp(char* text) {
+  myDbgFunc(DBG_PREFIX "CTabNetwork::setPCNameListUp (%s) \n", DBG_HERE,
+            text != nullptr ? text : "(null)");
+  const bool one_character = text != nullptr && strlen(text) == 1;
+  m_iPCNameListUp = one_character ? atoi(text) : 1;
+}
+
+int CTabNetwork::getPCNameListUp() {
+  if (m_iPCNameListUp != 0) m_iPCNameListUp = 1;
+  return m_iPCNameListUp;
+}
+
+void CTabNetwork::ValidateHostName(char* name) {
+  if (name[0] == '\0') FillInHostName(name);
+  if (name[0] == '\0' || !IsAscii(name)) {
+    my_strlcpy(name, kFallbackName, kHostnameSize);
+    return;
+  }
+  const std::string allowed = AllowedPart(name);
+  if (allowed != name) my_strlcpy(name, allowed.c_str(), kHostnameSize);
+}
