@@ -8,9 +8,9 @@
 #include <string>
 
 #include "tests/support/gtk_test.h"
-#include "tests/support/recording_parent.h"
+#include "tests/support/notify_recorder.h"
 #include "tests/support/signal_handlers.h"
-#include "tests/support/virtual_slot.h"
+#include "tests/support/vtable_slot.h"
 
 namespace {
 
@@ -65,37 +65,37 @@ GtkSpinButton* Spin(const xSpinButton& spin) { return GTK_SPIN_BUTTON(spin.GetWi
 // --- Order of the virtual operations -----------------------------------------------------------
 
 TEST(EntriesSlots, EntryAddsEightOperationsAfterThoseOfWidget) {
-  EXPECT_EQ(19u, VirtualSlot(&xEntry::SetWindowText));
-  EXPECT_EQ(20u, VirtualSlot(&xEntry::GetWindowText));
-  EXPECT_EQ(21u, VirtualSlot(&xEntry::SetReadOnly));
-  EXPECT_EQ(22u, VirtualSlot(&xEntry::SetPassword));
-  EXPECT_EQ(23u, VirtualSlot(&xEntry::SetPasswordChar));
-  EXPECT_EQ(24u, VirtualSlot(&xEntry::SetLimitText));
-  EXPECT_EQ(25u, VirtualSlot(&xEntry::GetLimitText));
-  EXPECT_EQ(26u, VirtualSlot(&xEntry::OnChanged));
-  EXPECT_EQ(27u, NextVirtualSlot<xEntry>());
+  EXPECT_EQ(19, vtable::Slot(&xEntry::SetWindowText));
+  EXPECT_EQ(20, vtable::Slot(&xEntry::GetWindowText));
+  EXPECT_EQ(21, vtable::Slot(&xEntry::SetReadOnly));
+  EXPECT_EQ(22, vtable::Slot(&xEntry::SetPassword));
+  EXPECT_EQ(23, vtable::Slot(&xEntry::SetPasswordChar));
+  EXPECT_EQ(24, vtable::Slot(&xEntry::SetLimitText));
+  EXPECT_EQ(25, vtable::Slot(&xEntry::GetLimitText));
+  EXPECT_EQ(26, vtable::Slot(&xEntry::OnChanged));
+  EXPECT_EQ(26, vtable::SlotCount<xEntry>());
 }
 
 TEST(EntriesSlots, SpinButtonAddsOnlyOnValueChanged) {
-  EXPECT_EQ(27u, VirtualSlot(&xSpinButton::OnValueChanged));
-  EXPECT_EQ(28u, NextVirtualSlot<xSpinButton>());
+  EXPECT_EQ(27, vtable::Slot(&xSpinButton::OnValueChanged));
+  EXPECT_EQ(27, vtable::SlotCount<xSpinButton>());
 }
 
 TEST(EntriesSlots, RangeAddsSixOperationsAfterThoseOfWidget) {
-  EXPECT_EQ(19u, VirtualSlot(&xRange::SetRange));
-  EXPECT_EQ(20u, VirtualSlot(&xRange::SetIncrements));
-  EXPECT_EQ(21u, VirtualSlot(&xRange::SetValue));
-  EXPECT_EQ(22u, VirtualSlot(&xRange::GetValue));
-  EXPECT_EQ(23u, VirtualSlot(&xRange::GetIntValue));
-  EXPECT_EQ(24u, VirtualSlot(&xRange::OnValueChanged));
-  EXPECT_EQ(25u, NextVirtualSlot<xRange>());
+  EXPECT_EQ(19, vtable::Slot(&xRange::SetRange));
+  EXPECT_EQ(20, vtable::Slot(&xRange::SetIncrements));
+  EXPECT_EQ(21, vtable::Slot(&xRange::SetValue));
+  EXPECT_EQ(22, vtable::Slot(&xRange::GetValue));
+  EXPECT_EQ(23, vtable::Slot(&xRange::GetIntValue));
+  EXPECT_EQ(24, vtable::Slot(&xRange::OnValueChanged));
+  EXPECT_EQ(24, vtable::SlotCount<xRange>());
 }
 
 TEST(EntriesSlots, SliderAddsSetDigitsAndTheOthersNothing) {
-  EXPECT_EQ(25u, VirtualSlot(&xSlider::SetDigits));
-  EXPECT_EQ(26u, NextVirtualSlot<xSlider>());
-  EXPECT_EQ(25u, NextVirtualSlot<xScrollbar>());
-  EXPECT_EQ(19u, NextVirtualSlot<xProgressBar>());
+  EXPECT_EQ(25, vtable::Slot(&xSlider::SetDigits));
+  EXPECT_EQ(25, vtable::SlotCount<xSlider>());
+  EXPECT_EQ(24, vtable::SlotCount<xScrollbar>());
+  EXPECT_EQ(18, vtable::SlotCount<xProgressBar>());
 }
 
 TEST(EntriesSlots, NoClassAddsFields) {
@@ -144,7 +144,7 @@ TEST(Entry, MadeForADerivedClassHasNoWidget) {
 }
 
 TEST(Entry, TextSetByTheProgramIsReportedOnce) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry entry(&parent, kID, 0);
   entry.SetWindowText("scan");
   EXPECT_THAT(parent.Take(), ElementsAre("Changed 7"));
@@ -155,7 +155,7 @@ TEST(Entry, TextSetByTheProgramIsReportedOnce) {
 }
 
 TEST(Entry, SettingTheSameTextReportsNothing) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry entry(&parent, kID, 0);
   entry.SetWindowText("scan");
   parent.Take();
@@ -171,7 +171,7 @@ TEST(Entry, TakesAPartOfItsOwnTextAsNewText) {
 }
 
 TEST(Entry, EveryTypedCharacterIsReported) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry entry(&parent, kID, 0);
   Window window;
   window.Add(entry);
@@ -185,7 +185,7 @@ TEST(Entry, EveryTypedCharacterIsReported) {
 }
 
 TEST(Entry, ReadOnlyTakesNoKeysButTextFromTheProgram) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry entry(&parent, kID, 0);
   Window window;
   window.Add(entry);
@@ -244,27 +244,27 @@ TEST(Entry, HasNoLimitUntilOneIsSet) {
 }
 
 TEST(Entry, ComingAndGoingFocusIsReported) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry first(&parent, kID, 0);
   xEntry second(nullptr, 8, 0);
   Window window;
   window.Add(first);
   window.Add(second);
   window.ShowAndFocus(first);
-  EXPECT_THAT(parent.Take(), ElementsAre("FocusChange 7 1"));
+  EXPECT_THAT(parent.Take(), ElementsAre("FocusChange 7 in"));
   gtk_widget_grab_focus(second.GetWidget());
   ASSERT_TRUE(gtk_test::PumpUntil([&] { return gtk_widget_has_focus(second.GetWidget()); }));
-  EXPECT_THAT(parent.Take(), ElementsAre("FocusChange 7 0"));
+  EXPECT_THAT(parent.Take(), ElementsAre("FocusChange 7 out"));
 }
 
 TEST(Entry, TheParentsAnswerToAFocusChangeGoesBackToGtk) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xEntry entry(&parent, kID, 0);
   Window window;
   window.Add(entry);
   window.ShowAndFocus(entry);
   for (const int answer : {0, -1}) {
-    parent.answer = answer;
+    parent.m_iResult = answer;
     GdkEvent* event = gdk_event_new(GDK_FOCUS_CHANGE);
     event->focus_change.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(entry.GetWidget())));
     event->focus_change.in = 1;
@@ -289,7 +289,7 @@ class CountingEntry : public xEntry {
 };
 
 TEST(Entry, ChangesReachTheVirtualHandler) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   CountingEntry entry(&parent, kID, 0);
   entry.SetWindowText("x");
   EXPECT_EQ(1, entry.changes);
@@ -304,7 +304,7 @@ TEST(Entry, CallbackIgnoresNullData) {
 }
 
 TEST(Entry, AWidgetThatOutlivesItsEntryReportsNothing) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   auto entry = std::make_unique<xEntry>(&parent, kID, 0);
   Window window;
   window.Add(*entry);
@@ -353,7 +353,7 @@ TEST(SpinButton, ConnectsValueChangedThenChangedAndNoFocusEvents) {
 }
 
 TEST(SpinButton, ReportsNothingWhileItIsMade) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   const xSpinButton spin(&parent, kID, 2.0, 10.0, 1.0, 2, 7.0);
   EXPECT_THAT(parent.Take(), IsEmpty());
 }
@@ -369,7 +369,7 @@ TEST(SpinButton, RoundsToTheNearestInteger) {
 }
 
 TEST(SpinButton, AValueSetByTheProgramIsReportedAsBoth) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xSpinButton spin(&parent, kID, 0.0, 10.0, 1.0, 0, 0.0);
   spin.SetValue(4.0);
   EXPECT_EQ(4.0, spin.GetValue());
@@ -380,7 +380,7 @@ TEST(SpinButton, AValueSetByTheProgramIsReportedAsBoth) {
 }
 
 TEST(SpinButton, TypingReportsTheTextAndEnterTheValue) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xSpinButton spin(&parent, kID, 0.0, 10.0, 1.0, 0, 0.0);
   Window window;
   window.Add(spin);
@@ -397,7 +397,7 @@ TEST(SpinButton, TypingReportsTheTextAndEnterTheValue) {
 }
 
 TEST(SpinButton, DoesNotReportFocus) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xSpinButton spin(&parent, kID, 0.0, 10.0, 1.0, 0, 0.0);
   xEntry other(nullptr, 8, 0);
   Window window;
@@ -485,7 +485,7 @@ TEST(Range, SetsLimitsAndIncrements) {
 }
 
 TEST(Range, ReportsEachNewValueToTheParent) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xSlider slider(SLIDER_HORIZONTAL, &parent, kID, 0.0, 10.0, 1.0, 0);
   xScrollbar scrollbar(SCROLLBAR_HORIZONTAL, &parent, 8, 0.0, 10.0);
   slider.SetValue(3.0);
@@ -496,7 +496,7 @@ TEST(Range, ReportsEachNewValueToTheParent) {
 }
 
 TEST(Range, ReportsNothingWhileItIsMade) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   const xSlider slider(SLIDER_HORIZONTAL, &parent, kID, 5.0, 10.0, 1.0, 0);
   const xScrollbar scrollbar(SCROLLBAR_HORIZONTAL, &parent, 8, 5.0, 10.0);
   EXPECT_THAT(parent.Take(), IsEmpty());
@@ -546,7 +546,7 @@ TEST(Slider, HasItsDigitsAndLimitsAndNoValueLabel) {
 }
 
 TEST(Slider, MovedByAKeyReportsItsValue) {
-  RecordingParent parent;
+  NotifyRecorder parent;
   xSlider slider(SLIDER_HORIZONTAL, &parent, kID, 0.0, 10.0, 1.0, 0);
   Window window;
   window.Add(slider);
