@@ -3,11 +3,11 @@
 
 #include <arpa/inet.h>
 
-#include <cstdlib>
 #include <cstring>
 
 #include "app/debug_log.h"
 #include "snmp/asn.h"
+#include "snmp/malloc_ptr.h"
 #include "snmp/transport.h"
 #include "snmp/udp_socket.h"
 
@@ -60,9 +60,9 @@ SnmpPduListPtr DecodeAll(const packet_data_list* packets) {
   for (; packets != nullptr; packets = packets->next) {
     SnmpPduPtr answer = Decode(packets->data);
     if (answer == nullptr) continue;
-    auto* node = static_cast<snmp_pdu_list*>(malloc(sizeof(snmp_pdu_list)));
+    snmp_pdu_list* node = AllocateZeroed<snmp_pdu_list>(1).release();
     if (node == nullptr) break;
-    *node = {nullptr, answer.release()};
+    node->pdu = answer.release();
     if (last == nullptr) {
       list.reset(node);
     } else {
@@ -116,15 +116,14 @@ int TakeValue(const simple_variable& result, snmp_get_param* param) {
 }
 
 int TakeNextValue(const simple_variable& result, snmp_next_param* param) {
-  // One byte more, so that a value without bytes is not mistaken for a lack of memory.
   const auto size = static_cast<size_t>(result.value_length);
-  auto* value = static_cast<unsigned char*>(malloc(size + 1));
+  MallocPtr<unsigned char> value = AllocateZeroed<unsigned char>(size);
   if (value == nullptr) {
     return Fail("snmp_get_next", "RET_SNMP_MEMORY_ERR", RET_SNMP_MEMORY_ERR);
   }
   memcpy(param->next_name, result.name, sizeof(param->next_name));
-  memcpy(value, result.value, size);
-  param->value = value;
+  memcpy(value.get(), result.value, size);
+  param->value = value.release();
   param->value_length = result.value_length;
   return 0;
 }

@@ -9,10 +9,10 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "snmp/malloc_ptr.h"
 #include "snmp/udp_socket.h"
 
 namespace {
@@ -96,12 +96,12 @@ sockaddr_in net_socket_address(in_addr address, unsigned short port) {
 }
 
 packet_data* net_copy_datagram(const UdpDatagram& datagram) {
-  auto* packet = static_cast<packet_data*>(calloc(1, sizeof(packet_data)));
+  MallocPtr<packet_data> packet = AllocateZeroed<packet_data>(1);
   if (packet == nullptr) return nullptr;
   packet->sender_address = datagram.from.sin_addr.s_addr;
   memcpy(packet->data, datagram.data, static_cast<size_t>(datagram.length));
   packet->length = datagram.length;
-  return packet;
+  return packet.release();
 }
 
 int net_start() { return 0; }
