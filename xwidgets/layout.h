@@ -55,7 +55,7 @@ class xImage : public xWidget {
 class xBox : public xContainer {
  public:
   // Any value but kHorizontal makes a column.
-  enum BoxType { kVertical = 0, kHorizontal = 1 };
+  enum BoxType : int { kVertical = 0, kHorizontal = 1 };
 
   // `homogeneous`: non-zero gives all children the same space. `spacing`: pixels between them.
   xBox(BoxType type, int homogeneous, int spacing);
@@ -78,7 +78,7 @@ class xBox : public xContainer {
 class xButtonBox : public xContainer {
  public:
   // Any value but kHorizontal makes a column.
-  enum BoxType { kVertical = 0, kHorizontal = 1 };
+  enum BoxType : int { kVertical = 0, kHorizontal = 1 };
 
   // `layout`: where the buttons stand; `spacing`: pixels between them.
   xButtonBox(BoxType type, GtkButtonBoxStyle layout, int spacing);
@@ -88,7 +88,7 @@ class xButtonBox : public xContainer {
 class xPaned : public xContainer {
  public:
   // Panes side by side for kHorizontal, for any other value one above the other.
-  enum PanedType { kVertical = 0, kHorizontal = 1 };
+  enum PanedType : int { kVertical = 0, kHorizontal = 1 };
 
   explicit xPaned(PanedType type);
 
@@ -172,7 +172,7 @@ class xAlignment : public xBin {
 class xSeparator : public xWidget {
  public:
   // Any value but kHorizontal makes an upright line.
-  enum SeparatorType { kVertical = 0, kHorizontal = 1 };
+  enum SeparatorType : int { kVertical = 0, kHorizontal = 1 };
 
   xSeparator(SeparatorType type, xWidget* parent, unsigned int id);
 };
