@@ -1,0 +1,94 @@
+// Tests of the block allocator of the maps.
+#include "collections/plex.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <new>
+
+#include "tests/collections/thrown_text.h"
+
+namespace {
+
+// While it is set, the next allocation is refused and its size noted.
+bool g_refuse = false;
+std::size_t g_refusedSize = 0;
+
+}  // namespace
+
+extern "C" {
+void* __real__Znwm(std::size_t size);
+void* __wrap__Znwm(std::size_t size);
+
+void* __wrap__Znwm(std::size_t size) {
+  if (!g_refuse) return __real__Znwm(size);
+  g_refuse = false;
+  g_refusedSize = size;
+  throw std::bad_alloc();
+}
+}
+
+namespace {
+
+static_assert(sizeof(CPlex) == sizeof(void*), "the header is one pointer");
+
+TEST(Plex, CountOfZeroIsRefused) {
+  CPlex* head = nullptr;
+  EXPECT_EQ(ThrownText([&] { CPlex::Create(head, 0, 8); }), "Invalid Arg!");
+  EXPECT_EQ(head, nullptr);
+}
+
+TEST(Plex, ElementSizeOfZeroIsRefused) {
+  CPlex* head = nullptr;
+  EXPECT_EQ(ThrownText([&] { CPlex::Create(head, 8, 0); }), "Invalid Arg!");
+  EXPECT_EQ(head, nullptr);
+}
+
+TEST(Plex, PayloadFollowsTheHeaderAndIsZero) {
+  CPlex* head = nullptr;
+  CPlex* block = CPlex::Create(head, 10, 24);
+  const auto* payload = static_cast<const unsigned char*>(block->data());
+  EXPECT_EQ(payload, reinterpret_cast<const unsigned char*>(block) + sizeof(void*));
+  EXPECT_TRUE(std::all_of(payload, payload + 240, [](unsigned char byte) { return byte == 0; }));
+  head->FreeDataChain();
+}
+
+TEST(Plex, WholePayloadIsOwned) {
+  CPlex* head = nullptr;
+  auto* payload = static_cast<unsigned char*>(CPlex::Create(head, 3, 5)->data());
+  std::fill(payload, payload + 15, 0xFF);  // the address sanitizer sees a block that is too small
+  EXPECT_EQ(payload[14], 0xFF);
+  head->FreeDataChain();
+}
+
+TEST(Plex, NewBlockGoesInFrontOfTheChain) {
+  CPlex* head = nullptr;
+  CPlex* first = CPlex::Create(head, 1, 1);
+  EXPECT_EQ(head, first);
+  EXPECT_EQ(first->pNext, nullptr);
+  CPlex* second = CPlex::Create(head, 1, 1);
+  EXPECT_EQ(head, second);
+  EXPECT_EQ(second->pNext, first);
+  head->FreeDataChain();
+}
+
+TEST(Plex, FreeingLeavesTheBlocksBeforeAlone) {
+  CPlex* head = nullptr;
+  CPlex::Create(head, 1, 1);
+  CPlex* middle = CPlex::Create(head, 1, 1);
+  CPlex* last = CPlex::Create(head, 1, 1);
+  middle->FreeDataChain();
+  last->pNext = nullptr;
+  last->FreeDataChain();  // the leak check sees what remains
+}
+
+TEST(Plex, SizesBeyond32BitsAreNotCut) {
+  CPlex* head = nullptr;
+  g_refuse = true;
+  EXPECT_THROW(CPlex::Create(head, 0x10001, 0x10000), std::bad_alloc);
+  EXPECT_EQ(g_refusedSize, 0x100010008U);
+  EXPECT_EQ(head, nullptr);
+}
+
+}  // namespace
