@@ -32,6 +32,15 @@ int CompareById(const void* a, const void* b) {
   return idA - idB;
 }
 
+// GDK takes a stream for as long as its header says, and does not look whether a row holds the pixels
+// of its width.
+bool IsWhole(const GdkPixdata& pixdata, guint32 length) {
+  if (pixdata.pixel_data == nullptr || static_cast<guint32>(pixdata.length) > length) return false;
+  const guint32 type = pixdata.pixdata_type & GDK_PIXDATA_COLOR_TYPE_MASK;
+  const guint32 bytesPerPixel = type == GDK_PIXDATA_COLOR_TYPE_RGBA ? 4 : 3;
+  return pixdata.rowstride / bytesPerPixel >= pixdata.width;
+}
+
 }  // namespace
 
 const rc_language* rc_current = nullptr;
@@ -92,7 +101,7 @@ GdkPixbuf* pixbuf_deserialize(const guint8* data, guint32 length) {
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   GdkPixdata pixdata = {};
   gdk_pixdata_deserialize(&pixdata, length, data, nullptr);
-  if (pixdata.pixel_data == nullptr) return nullptr;
+  if (!IsWhole(pixdata, length)) return nullptr;
   GError* error = nullptr;
   GdkPixbuf* image = gdk_pixbuf_from_pixdata(&pixdata, TRUE, &error);
   G_GNUC_END_IGNORE_DEPRECATIONS
