@@ -133,7 +133,7 @@ void xListBase::SetItemIcon(int index, const char* stockId) {
 GtkTreeModel* xListBase::GetModel() const { return GTK_TREE_MODEL(m_pStore.get()); }
 
 bool xListBase::GetRow(int index, GtkTreeIter* row) const {
-  return gtk_tree_model_iter_nth_child(GetModel(), row, nullptr, index) != FALSE;
+  return index >= 0 && gtk_tree_model_iter_nth_child(GetModel(), row, nullptr, index) != FALSE;
 }
 
 char* xListBase::GetColumnText(int index, int column) const {
