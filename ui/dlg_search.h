@@ -52,13 +52,7 @@ class CDlgSearch : public xDialog {
   // Stores what getMachines and getMachineNum return.
   void setMachines(MACHINEINFO* machines, int count);
 
- private:
-  static void CallBack_Close(GtkDialog* dialog, void* data);
-  static void CallBack_Response(GtkDialog* dialog, int response, void* data);
-
-  void StartWorker();
-  void CancelWorker();
-
+ protected:
   unsigned short m_wUpdating;  // non-zero while notifications are ignored
   std::unique_ptr<xProgressBar> m_pProgress;
   std::unique_ptr<xLabel> m_pLabel;
@@ -68,6 +62,13 @@ class CDlgSearch : public xDialog {
   pthread_t m_Thread{};
   bool m_bStarted = false;  // m_Thread is a thread that was not joined yet
   std::shared_ptr<SearchState> m_pState;
+
+ private:
+  static void CallBack_Close(GtkDialog* dialog, void* data);
+  static void CallBack_Response(GtkDialog* dialog, int response, void* data);
+
+  void StartWorker();
+  void CancelWorker();
 };
 
 // The worker: runs the survey and, unless the search is cancelled by then, hands the devices over a

@@ -72,18 +72,19 @@ class CMainTabs : public xNoteBook {
   // error and in the debug log.
   void WriteFile();
 
- private:
+ protected:
   static constexpr int kTabs = 2;
 
+  std::unique_ptr<xTabBase> m_pTabs[kTabs];
+  char m_szScanpath[kPathSize] = "";
+  char m_szOcrpath[kPathSize] = "";
+  char m_szHostname[40] = "";
+
+ private:
   CTabGeneral* General() const;
   CTabNetwork* Network() const;
   int PageNumber(int index) const;
   int PageForInsertion(int index) const;
   void TakeSettings(const char* text);
   void FetchSettings();
-
-  std::unique_ptr<xTabBase> m_pTabs[kTabs];
-  char m_szScanpath[kPathSize] = "";
-  char m_szOcrpath[kPathSize] = "";
-  char m_szHostname[40] = "";
 };

@@ -57,12 +57,7 @@ class CMainWin : public xWindow {
   // Returns -1 (success): there is no data folder beside the user's own, so none is made.
   int CreateDataDir();
 
- private:
-  void BuildContent();
-  void BuildButtons(xBox* row);
-  int ApplyTabs();
-  void Leave();
-
+ protected:
   std::unique_ptr<xStockButton> m_pBtnOK;
   std::unique_ptr<xStockButton> m_pBtnCancel;
   std::unique_ptr<xStockButton> m_pBtnApply;
@@ -71,6 +66,11 @@ class CMainWin : public xWindow {
   CRctFile m_RctFileFirst;  // asked before m_RctFile; nothing is ever loaded into it
   int m_iLock = 0;          // non-zero keeps SetModified from changing anything; never set
   int m_iModified = 0;
+
+ private:
+  void BuildContent();
+  void BuildButtons(xBox* row);
+  int ApplyTabs();
 };
 
 // The main window, or null before it is made and after it is deleted.

@@ -51,14 +51,7 @@ class CTabGeneral : public xTabBase {
   // Ends the time after construction in which changes and clicks are ignored.
   void UpdateStatus();
 
- private:
-  void MakeDefaultFolder();
-  void BuildScanFrame(xBox* page);
-  void BuildOcrFrame(xBox* page);
-  void BrowseScanFolder();
-  void BrowseOcrProgram();
-  int Refuse(unsigned short string, const char* english, int line);
-
+ protected:
   std::unique_ptr<xFrame> m_pScanFrame;
   std::unique_ptr<xLabel> m_pScanLabel;
   std::unique_ptr<xButton> m_pScanBrowse;
@@ -70,4 +63,12 @@ class CTabGeneral : public xTabBase {
   char m_szScanpath[kPathSize] = "";
   char m_szOcrpath[kPathSize] = "";
   unsigned short m_wUpdating;  // non-zero while notifications are ignored
+
+ private:
+  void MakeDefaultFolder();
+  void BuildScanFrame(xBox* page);
+  void BuildOcrFrame(xBox* page);
+  void BrowseScanFolder();
+  void BrowseOcrProgram();
+  int Refuse(unsigned short string, const char* english, int line);
 };

@@ -71,14 +71,7 @@ class CTabNetwork : public xTabBase {
   // Raises and lowers the guard against notifications.
   void UpdateStatus();
 
- private:
-  void CreateControls();
-  void BuildNameFrame();
-  void BuildDeviceList(xBox* page);
-  void Search();
-  void OpenWebPage();
-  void ListUpClicked();
-
+ protected:
   MACHINEINFO* m_pMachines = nullptr;  // from malloc
   int m_iNumMachine = 0;
   char m_szHostname[kHostnameSize] = "";
@@ -92,4 +85,12 @@ class CTabNetwork : public xTabBase {
   std::unique_ptr<xButton> m_pSearch;
   std::unique_ptr<xButton> m_pConfigure;
   unsigned short m_wUpdating = 0;  // non-zero while notifications are ignored
+
+ private:
+  void CreateControls();
+  void BuildNameFrame();
+  void BuildDeviceList(xBox* page);
+  void Search();
+  void OpenWebPage();
+  void ListUpClicked();
 };
