@@ -45,4 +45,11 @@ inline std::string Message(const std::string& pdu) {
 
 inline std::string Response(const std::string& bindings) { return Message(ResponsePdu(bindings)); }
 
+// A response around one binding, for names and values of any length.
+inline std::string LongResponse(const std::string& name, const std::string& value) {
+  const std::string list = LongElement("30", LongElement("30", name + value));
+  const std::string pdu = LongElement("A2", "02 01 01 02 01 00 02 01 00" + list);
+  return LongElement("30", "02 01 00" + kPublic + pdu);
+}
+
 }  // namespace message_bytes
