@@ -1,0 +1,67 @@
+"""The program as a process: starting it, its window, its standard error, its end."""
+import os
+import pathlib
+import pwd
+import signal
+import subprocess
+import tempfile
+
+from . import window
+from .waiting import wait_until
+
+TITLE = "Veltrana DVX Tools"
+SHARE = pathlib.Path("/usr/local/share/veltrana/scanner")
+LOG = pathlib.Path("/tmp/VeltranaDVXTools.log")
+
+
+def home():
+    """The home folder as the program finds it: from the password database, not from HOME."""
+    return pathlib.Path(pwd.getpwuid(os.getuid()).pw_dir)
+
+
+def settings_file():
+    return home() / ".VeltranaDVX" / "dvxtools.conf"
+
+
+def scan_folder():
+    return home() / "Veltrana" / "DVX" / "Scan"
+
+
+class Program:
+    """A run of the program. Use it in a with statement: it never outlives the block."""
+
+    def __init__(self, path, arguments=(), environment=None):
+        self._errors = tempfile.TemporaryFile()
+        self.process = subprocess.Popen(
+            [str(path), *arguments],
+            stdin=subprocess.DEVNULL,
+            stderr=self._errors,
+            env={**os.environ, **(environment or {})},
+        )
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *failure):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGKILL)
+            self.process.wait()
+        self._errors.close()
+
+    @property
+    def errors(self):
+        """All that the program wrote to standard error so far."""
+        size = os.fstat(self._errors.fileno()).st_size
+        return os.pread(self._errors.fileno(), size, 0).decode("utf-8", "replace")
+
+    def application(self):
+        return window.application(self.process.pid)
+
+    def main_window(self, title=TITLE):
+        """The main window, once it is on the screen."""
+        return self.application().find("frame", title)
+
+    def wait_for_end(self, seconds=20.0):
+        """Waits for the program to end and gives its exit status."""
+        wait_until(lambda: self.process.poll() is not None, "the program to end", seconds)
+        return self.process.returncode

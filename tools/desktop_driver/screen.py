@@ -1,0 +1,46 @@
+"""Pictures of the program's windows."""
+import hashlib
+import re
+import subprocess
+
+from .waiting import wait_until
+
+
+def window_id(title):
+    """The X window with this title, once the window manager lists it."""
+
+    def look():
+        listing = subprocess.run(["wmctrl", "-l"], capture_output=True, text=True, check=True)
+        for line in listing.stdout.splitlines():
+            number, _desktop, _host, name = (line.split(None, 3) + [""])[:4]
+            if name == title:
+                return number
+        return None
+
+    return wait_until(look, f"a window titled {title!r}")
+
+
+def frame_of(number):
+    """Where a window lies on the screen with its frame, as WIDTHxHEIGHT+X+Y."""
+    command = ["xwininfo", "-frame", "-id", number]
+    text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    labels = ("Width", "Height", "Absolute upper-left X", "Absolute upper-left Y")
+    return "{}x{}+{}+{}".format(*(re.search(f"{label}: +(\\d+)", text)[1] for label in labels))
+
+
+def save_picture(title, path):
+    """Saves a picture of a window with its frame and whatever lies over it, as PNG.
+
+    Drawing goes on behind the program's back, so the picture is taken until two in a row agree.
+    """
+    number = window_id(title)
+    last = []
+
+    def settled():
+        crop = ["-crop", frame_of(number), "+repage"]
+        subprocess.run(["import", "-silent", "-window", "root", *crop, str(path)], check=True)
+        pixels = subprocess.run(["convert", str(path), "rgb:-"], capture_output=True, check=True)
+        last.append(hashlib.sha256(pixels.stdout).digest())
+        return len(last) > 1 and last[-1] == last[-2]
+
+    wait_until(settled, f"the window {title!r} to be drawn", pause=0.1)

@@ -1,0 +1,169 @@
+"""The program's windows as the accessibility tree shows them.
+
+Works on any accessible object: the application, one of its windows, a control. Names, texts and
+states are asked for afresh at each look, so what is read is what the program shows now.
+"""
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402  (needs the version above)
+import pyatspi  # noqa: E402
+
+from .waiting import wait_until  # noqa: E402
+
+# How long a question to the program may take, in ms. It does not answer while it asks scanners or
+# registers, up to 27 s for a silent one. A question that reaches it while it is still connecting to
+# the bus is never answered, so the first ones are given up soon and asked again.
+ANSWER_MS = 60000
+FIRST_ANSWER_MS = 300
+
+
+class Control:
+    """One accessible object of the program."""
+
+    def __init__(self, accessible):
+        self._accessible = accessible
+
+    @property
+    def accessible(self):
+        """The object of the accessibility library, without what it remembers of earlier looks."""
+        self._accessible.clear_cache()
+        return self._accessible
+
+    def __repr__(self):
+        return f"<{self.role} {self.name!r}>"
+
+    @property
+    def name(self):
+        return self.accessible.name
+
+    @property
+    def role(self):
+        return self.accessible.getRoleName()
+
+    @property
+    def text(self):
+        """The text of an entry or label."""
+        return self.accessible.queryText().getText(0, -1)
+
+    def has_state(self, state):
+        return self.accessible.getState().contains(state)
+
+    @property
+    def sensitive(self):
+        return self.has_state(pyatspi.STATE_SENSITIVE)
+
+    @property
+    def checked(self):
+        return self.has_state(pyatspi.STATE_CHECKED)
+
+    @property
+    def showing(self):
+        return self.has_state(pyatspi.STATE_SHOWING)
+
+    @property
+    def focused(self):
+        return self.has_state(pyatspi.STATE_FOCUSED)
+
+    @property
+    def modal(self):
+        return self.has_state(pyatspi.STATE_MODAL)
+
+    def children(self):
+        """The direct children, without those that vanish while they are read."""
+        found = []
+        accessible = self.accessible
+        for index in range(accessible.childCount):
+            child = accessible.getChildAtIndex(index)
+            if child is not None:
+                found.append(Control(child))
+        return found
+
+    def all(self, role=None, name=None):
+        """Every control below this one with that role and name, in reading order.
+
+        The cells of a table are not looked through: rows() reads them.
+        """
+        found = []
+        if self.role == "table":
+            return found
+        for child in self.children():
+            if (role is None or child.role == role) and (name is None or child.name == name):
+                found.append(child)
+            found.extend(child.all(role, name))
+        return found
+
+    def find(self, role, name=None, seconds=20.0):
+        """The first control with that role and name; waits for it to appear."""
+        what = f"a {role} named {name!r} below {self!r}"
+        return wait_until(lambda: self.peek(role, name), what, seconds)
+
+    def peek(self, role, name=None):
+        """As find, but gives None when there is no such control now."""
+        try:
+            found = self.all(role, name)
+        except GLib.Error:  # a window went away while it was read
+            return None
+        return found[0] if found else None
+
+    def press(self):
+        """Does what a click on a button, a check box or a menu item does."""
+        wait_until(lambda: self.sensitive and self.showing, f"{self!r} to be ready for a click")
+        self.accessible.queryAction().doAction(0)
+
+    def type_over(self, text):
+        """Replaces an entry's text, through the entry's own input handling."""
+        self.accessible.queryEditableText().setTextContents(text)
+
+    def select_page(self, index):
+        """Makes a page of a notebook (role "page tab list") the current one."""
+        self.accessible.querySelection().selectChild(index)
+        wait_until(
+            lambda: self.accessible.querySelection().isChildSelected(index), f"page {index}"
+        )
+
+    def rows(self):
+        """The texts of a table, a list of texts per row."""
+        table = self.accessible.queryTable()
+        return [
+            [table.getAccessibleAt(row, column).name for column in range(table.nColumns)]
+            for row in range(table.nRows)
+        ]
+
+    def titles(self):
+        """The titles of a table's columns."""
+        table = self.accessible.queryTable()
+        return [table.getColumnHeader(column).name for column in range(table.nColumns)]
+
+    def select_row(self, row):
+        """Puts the cursor of a table on a row, as a click on it does."""
+        cell = self.accessible.queryTable().getAccessibleAt(row, 0)
+        cell.queryComponent().grabFocus()
+
+    def place(self):
+        """Position and size on the screen: x, y, width, height."""
+        box = self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        return box.x, box.y, box.width, box.height
+
+
+def application(pid, seconds=60.0):
+    """The running program with this process id, once it answers on the accessibility bus."""
+
+    def look():
+        desktop = pyatspi.Registry.getDesktop(0)
+        for index in range(desktop.childCount):
+            try:
+                child = desktop.getChildAtIndex(index)
+                if child is None or child.get_process_id() != pid:
+                    continue
+                if child.getRoleName() == "application" and child.childCount > 0:
+                    return Control(child)
+            except GLib.Error:  # this one is still starting, or another one is just ending
+                continue
+        return None
+
+    Atspi.set_timeout(FIRST_ANSWER_MS, FIRST_ANSWER_MS)
+    try:
+        return wait_until(look, f"process {pid} on the accessibility bus", seconds)
+    finally:
+        Atspi.set_timeout(ANSWER_MS, ANSWER_MS)
