@@ -20,12 +20,23 @@ def window_id(title):
     return wait_until(look, f"a window titled {title!r}")
 
 
+def numbers_after(labels, command):
+    """The numbers that follow each label in what a command prints."""
+    text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    return [int(re.search(f"{label}[:=]? *(-?\\d+)", text)[1]) for label in labels]
+
+
 def frame_of(number):
     """Where a window lies on the screen with its frame, as WIDTHxHEIGHT+X+Y."""
-    command = ["xwininfo", "-frame", "-id", number]
-    text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
-    labels = ("Width", "Height", "Absolute upper-left X", "Absolute upper-left Y")
-    return "{}x{}+{}+{}".format(*(re.search(f"{label}: +(\\d+)", text)[1] for label in labels))
+    x, y, width, height = numbers_after(
+        ["Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"],
+        ["xwininfo", "-id", number],
+    )
+    left, right, top, bottom = numbers_after(
+        [r"= ", r"= \d+, ", r"= \d+, \d+, ", r"= \d+, \d+, \d+, "],
+        ["xprop", "-id", number, "_NET_FRAME_EXTENTS"],
+    )
+    return f"{left + width + right}x{top + height + bottom}+{x - left}+{y - top}"
 
 
 def save_picture(title, path):
