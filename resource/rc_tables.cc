@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::array<rc_language, 0> kLanguages{};
 
+// The most pixels that one pixel of a run-length encoded image stands for.
+constexpr guint64 kLongestRun = 127;
+
 rc_bitmap g_bitmaps[] = {
     {100, rc_bitmap_100, sizeof(rc_bitmap_100), nullptr},
 };
@@ -32,13 +35,19 @@ int CompareById(const void* a, const void* b) {
   return idA - idB;
 }
 
-// GDK takes a stream for as long as its header says, and does not look whether a row holds the pixels
-// of its width.
+// Whether an image of the size in the header can come from the bytes at hand. GDK believes the
+// header: it would read a stream for as long as that says, take rows shorter than their pixels, and
+// ask for any amount of memory.
 bool IsWhole(const GdkPixdata& pixdata, guint32 length) {
-  if (pixdata.pixel_data == nullptr || static_cast<guint32>(pixdata.length) > length) return false;
-  const guint32 type = pixdata.pixdata_type & GDK_PIXDATA_COLOR_TYPE_MASK;
-  const guint32 bytesPerPixel = type == GDK_PIXDATA_COLOR_TYPE_RGBA ? 4 : 3;
-  return pixdata.rowstride / bytesPerPixel >= pixdata.width;
+  const auto announced = static_cast<guint32>(pixdata.length);
+  if (pixdata.pixel_data == nullptr || announced > length) return false;
+  const guint32 color = pixdata.pixdata_type & GDK_PIXDATA_COLOR_TYPE_MASK;
+  const guint32 bytesPerPixel = color == GDK_PIXDATA_COLOR_TYPE_RGBA ? 4 : 3;
+  if (pixdata.rowstride / bytesPerPixel < pixdata.width) return false;
+  const guint32 encoding = pixdata.pixdata_type & GDK_PIXDATA_ENCODING_MASK;
+  const guint64 growth = encoding == GDK_PIXDATA_ENCODING_RLE ? kLongestRun : 1;
+  return guint64{pixdata.rowstride} * pixdata.height <=
+         growth * (announced - GDK_PIXDATA_HEADER_LENGTH);
 }
 
 }  // namespace
