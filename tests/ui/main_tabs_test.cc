@@ -3,10 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
-#include <cerrno>
-#include <cstring>
 #include <string>
 
 #include "tests/support/debug_lines.h"
@@ -702,21 +699,6 @@ TEST_F(MainTabsTest, AFileThatCannotBeWrittenIsReportedAndCountsAsApplied) {
   EXPECT_EQ("[WriteFile(366)]: CMainTabs::WriteFile() can't open file.\n", lines.All().back());
   EXPECT_FALSE(IsModified());
 }
-
-// Mounts an empty read-only folder, which not even root can write to.
-class ReadOnlyFolder {
- public:
-  explicit ReadOnlyFolder(std::string path) : m_szPath(std::move(path)) {
-    fs::create_directories(m_szPath);
-    EXPECT_EQ(0, mount("none", m_szPath.c_str(), "tmpfs", MS_RDONLY, nullptr)) << strerror(errno);
-  }
-  ~ReadOnlyFolder() { EXPECT_EQ(0, umount(m_szPath.c_str())) << strerror(errno); }
-  ReadOnlyFolder(const ReadOnlyFolder&) = delete;
-  ReadOnlyFolder& operator=(const ReadOnlyFolder&) = delete;
-
- private:
-  std::string m_szPath;
-};
 
 TEST_F(MainTabsTest, AFolderThatIsNotWritableIsNotReplaced) {
   OpenWindow();

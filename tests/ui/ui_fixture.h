@@ -4,11 +4,14 @@
 
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -123,6 +126,14 @@ inline std::string LabelText(const GtkWidget* label) {
   return gtk_label_get_text(GTK_LABEL(const_cast<GtkWidget*>(label)));
 }
 
+inline std::string FrameTitle(const xFrame& frame) {
+  return gtk_frame_get_label(GTK_FRAME(frame.GetWidget()));
+}
+
+inline std::string ButtonText(const xWidget& button) {
+  return gtk_button_get_label(GTK_BUTTON(button.GetWidget()));
+}
+
 inline void Click(const xWidget& button) { gtk_button_clicked(GTK_BUTTON(button.GetWidget())); }
 
 // Replaces the text of an entry as typing does.
@@ -162,6 +173,21 @@ inline bool LeavesMainLoop(const std::function<void()>& action,
   g_source_remove(run.source);
   return !run.given_up;
 }
+
+// Mounts an empty read-only folder, which not even root can write to.
+class ReadOnlyFolder {
+ public:
+  explicit ReadOnlyFolder(std::string path) : m_szPath(std::move(path)) {
+    fs::create_directories(m_szPath);
+    EXPECT_EQ(0, mount("none", m_szPath.c_str(), "tmpfs", MS_RDONLY, nullptr)) << strerror(errno);
+  }
+  ~ReadOnlyFolder() { EXPECT_EQ(0, umount(m_szPath.c_str())) << strerror(errno); }
+  ReadOnlyFolder(const ReadOnlyFolder&) = delete;
+  ReadOnlyFolder& operator=(const ReadOnlyFolder&) = delete;
+
+ private:
+  std::string m_szPath;
+};
 
 // Reads a text of the message box that is running.
 inline std::string MessageText(GtkDialog* box) {
