@@ -97,7 +97,16 @@ inline void CloseAsWindowManager(GtkWidget* toplevel) {
   gdk_event_free(event);
 }
 
-// The children of a container, in its order.
+// Presses and releases a key while this window has the keyboard focus.
+inline void PressKey(GtkWidget* toplevel, guint keyval, int modifiers = 0) {
+  GdkWindow* window = gtk_widget_get_window(toplevel);
+  const auto state = static_cast<GdkModifierType>(modifiers);
+  gdk_test_simulate_key(window, -1, -1, keyval, state, GDK_KEY_PRESS);
+  gdk_test_simulate_key(window, -1, -1, keyval, state, GDK_KEY_RELEASE);
+}
+
+// The children of a container, in its order. A box lists those packed from its end last and in
+// reverse.
 inline std::vector<GtkWidget*> Children(GtkWidget* container) {
   std::vector<GtkWidget*> children;
   GList* list = gtk_container_get_children(GTK_CONTAINER(container));
