@@ -28,15 +28,20 @@ def scan_folder():
 
 
 class Program:
-    """A run of the program. Use it in a with statement: it never outlives the block."""
+    """A run of the program. Use it in a with statement: it never outlives the block.
 
-    def __init__(self, path, arguments=(), environment=None):
+    The environment's texts are set and its None values unset. The wrapper's words go before the
+    program's path: a command that prepares something and then becomes the program.
+    """
+
+    def __init__(self, path, arguments=(), environment=None, wrapper=()):
         self._errors = tempfile.TemporaryFile()
+        variables = {**os.environ, **(environment or {})}
         self.process = subprocess.Popen(
-            [str(path), *arguments],
+            [*wrapper, str(path), *arguments],
             stdin=subprocess.DEVNULL,
             stderr=self._errors,
-            env={**os.environ, **(environment or {})},
+            env={name: value for name, value in variables.items() if value is not None},
         )
 
     def __enter__(self):

@@ -1,0 +1,122 @@
+"""What all tests of the whole program share.
+
+Each module runs in a lab of its own (script/lab --accessibility). Every test finds the files of a
+freshly installed machine, and whatever it starts ends with it.
+"""
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import socket
+import sys
+import time
+
+import pytest
+
+TOP = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(TOP / "tools"))
+
+pytest.register_assert_rewrite("desktop_driver.main_window")
+from desktop_driver import main_window, program, scanners  # noqa: E402  (needs the lines above)
+
+# What the program, and GTK for it, leave in the home folder.
+HOME_LEFTOVERS = (
+    "Veltrana",
+    ".VeltranaDVX",
+    ".config/gtk-2.0",
+    ".local/share/recently-used.xbel",
+)
+# GTK and the sanitizers complain on standard error, and nowhere else.
+COMPLAINTS = re.compile(r"CRITICAL|Sanitizer|runtime error:|: G[a-zA-Z-]+WARNING")
+
+
+def pytest_configure(config):
+    # pyatspi calls the accessibility library by names that it calls old.
+    config.addinivalue_line("filterwarnings", "ignore:Atspi:DeprecationWarning")
+
+
+def pytest_sessionstart():
+    """These tests empty folders of the user, so they run on the lab's private ones only."""
+    if socket.gethostname() != "lab-desk" or not pathlib.Path("/tmp/.lab/office").exists():
+        pytest.exit("run these tests inside script/lab --accessibility", returncode=2)
+
+
+def remove(path):
+    if path.is_dir() and not path.is_symlink():
+        shutil.rmtree(path)
+    else:
+        path.unlink(missing_ok=True)
+
+
+def clean_files():
+    for name in HOME_LEFTOVERS:
+        remove(program.home() / name)
+    for path in program.SHARE.parent.iterdir():
+        remove(path)
+    program.LOG.unlink(missing_ok=True)
+
+
+@pytest.fixture(autouse=True)
+def fresh_machine():
+    """No settings, no language file, no debug switch, no log."""
+    clean_files()
+    yield
+    clean_files()
+
+
+@pytest.fixture
+def start_program():
+    """Starts the program; at the end of the test it must not have made GTK complain."""
+    # Leaks are not what these tests are about, and GTK has its own.
+    options = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
+    started = []
+    with contextlib.ExitStack() as stack:
+
+        def start(*arguments, environment=None, wrapper=()):
+            tool = program.Program(
+                os.environ["VELTRANA_PROGRAM"],
+                arguments,
+                {"ASAN_OPTIONS": options, **(environment or {})},
+                wrapper,
+            )
+            started.append(stack.enter_context(tool))
+            return tool
+
+        yield start
+        complaints = [line for tool in started for line in tool.errors.splitlines()]
+        complaints = [line for line in complaints if COMPLAINTS.search(line)]
+        assert not complaints, f"on standard error: {complaints}"
+
+
+@pytest.fixture
+def open_window(start_program):
+    """Starts the program and gives its main window, once it can be used."""
+
+    def open_it(*arguments, title=program.TITLE, **keywords):
+        return main_window.MainWindow(start_program(*arguments, **keywords), title)
+
+    return open_it
+
+
+@pytest.fixture
+def start_scanners(tmp_path):
+    """Starts simulated scanners: a number of usual ones, or those of a scenario's text or file.
+
+    Those of a text have addresses from 10.77.0.101 on and the model T55, unless it says otherwise.
+    """
+    with contextlib.ExitStack() as stack:
+
+        def start(which, *arguments, network="10.77.0.0/24"):
+            if isinstance(which, int):
+                words = ["--scanners", which, "--network", network]
+            elif isinstance(which, pathlib.Path):
+                words = ["--scenario", which]
+            else:
+                scenario = tmp_path / f"scenario-{time.monotonic_ns()}.conf"
+                scenario.write_text(f"[defaults]\nnetwork = {network}\nmodel = T55\n{which}")
+                words = ["--scenario", scenario]
+            simulator = os.environ["VELTRANA_SCANNER_SIM"]
+            return stack.enter_context(scanners.Scanners(simulator, *words, *arguments))
+
+        yield start

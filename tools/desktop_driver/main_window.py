@@ -1,0 +1,52 @@
+"""The main window's parts by their place in it, whatever language their texts are in."""
+from . import program
+from .waiting import wait_until
+from .window import Control
+
+GENERAL, NETWORK = 0, 1
+
+
+class MainWindow(Control):
+    """The main window of a running program, ready for use."""
+
+    def __init__(self, tool, title=program.TITLE):
+        super().__init__(tool.main_window(title).accessible)
+        self.tool = tool
+        self.tabs = self.find("page tab list")
+        self.general, self.network = self.tabs.children()
+        self.scan_entry, self.ocr_entry = self.general.all("text")
+        self.scan_browse, self.ocr_browse = self.general.all("push button")
+        (self.name_entry,) = self.network.all("text")
+        (self.list_up,) = self.network.all("check box")
+        (self.devices,) = self.network.all("table")
+        self.search, self.configure = self.network.all("push button")
+        self.apply, self.ok, self.cancel = self.all("push button")[-3:]
+
+    @property
+    def page(self):
+        """The number of the current page."""
+        selection = self.tabs.accessible.querySelection()
+        return next(index for index in (GENERAL, NETWORK) if selection.isChildSelected(index))
+
+    def show_page(self, page):
+        self.tabs.select_page(page)
+
+    def wait_for_apply(self, seconds=60.0):
+        """Presses Apply, waits until it is done and its button insensitive."""
+        self.apply.press()
+        wait_until(lambda: not self.apply.sensitive, "Apply to be done", seconds)
+
+    def other_windows(self):
+        """The program's windows besides this one, the hidden ones not counted."""
+        children = self.tool.application().children()
+        return [child for child in children if child.role != "frame" and child.showing]
+
+    def wait_for_dialog(self, role="dialog"):
+        """The one other window of the program, once it is there."""
+        wait_until(lambda: len(self.other_windows()) == 1, f"one {role} over the main window")
+        (dialog,) = self.other_windows()
+        assert dialog.role == role, f"a {role} was expected over the main window, not {dialog!r}"
+        return dialog
+
+    def wait_for_no_dialog(self, seconds=60.0):
+        wait_until(lambda: not self.other_windows(), "no window over the main window", seconds)

@@ -1,0 +1,108 @@
+"""The program's windows as the X server and the window manager know them."""
+import re
+import subprocess
+
+from .waiting import wait_until
+
+
+def run(*command):
+    """What a command prints; raises with its words when it fails."""
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise RuntimeError(f"{' '.join(command)}: status {done.returncode}: {done.stderr.strip()}")
+    return done.stdout
+
+
+def window_ids(pid):
+    """The windows of a process in the order in which the window manager got them."""
+    rows = [line.split(None, 4) for line in run("wmctrl", "-lp").splitlines()]
+    return [row[0] for row in rows if row[2] == str(pid)]
+
+
+class ManagedWindow:
+    """One window that the window manager manages."""
+
+    def __init__(self, number):
+        self.number = number
+
+    @classmethod
+    def main_of(cls, tool):
+        """The first window of a running program."""
+        return cls(wait_until(lambda: window_ids(tool.process.pid), "the first window")[0])
+
+    @classmethod
+    def dialog_of(cls, tool):
+        """The second window of a running program."""
+        pid = tool.process.pid
+        return cls(wait_until(lambda: window_ids(pid)[1:], "a second window")[0])
+
+    def read(self, name):
+        """The text behind "=" of a property; empty when the window has none of that name."""
+        return run("xprop", "-id", self.number, "-notype", name).partition("=")[2].strip()
+
+    @property
+    def title(self):
+        """The title; None when it was never set."""
+        text = self.read("_NET_WM_NAME")
+        return text[1:-1] if text else None
+
+    @property
+    def allowed_actions(self):
+        """What the window manager lets the user do with the window: CLOSE, RESIZE, ..."""
+        return set(re.findall(r"_NET_WM_ACTION_(\w+)", self.read("_NET_WM_ALLOWED_ACTIONS")))
+
+    @property
+    def states(self):
+        """MODAL, SKIP_TASKBAR, ..."""
+        return set(re.findall(r"_NET_WM_STATE_(\w+)", self.read("_NET_WM_STATE")))
+
+    @property
+    def owner(self):
+        """The number of the window that this one belongs to."""
+        found = re.search(r"# (0x[0-9a-f]+)", run("xprop", "-id", self.number, "WM_TRANSIENT_FOR"))
+        return int(found[1], 16) if found else None
+
+    def size_hint(self, kind):
+        """The "minimum" or "maximum" size that the program asked for, as (width, height)."""
+        hints = run("xprop", "-id", self.number, "WM_NORMAL_HINTS")
+        found = re.search(rf"program specified {kind} size: (\d+) by (\d+)", hints)
+        return (int(found[1]), int(found[2])) if found else None
+
+    @property
+    def size(self):
+        text = run("xwininfo", "-id", self.number)
+        return tuple(int(re.search(rf"{side}: (\d+)", text)[1]) for side in ("Width", "Height"))
+
+    @property
+    def position(self):
+        text = run("xwininfo", "-id", self.number)
+        return tuple(int(re.search(rf"upper-left {axis}: +(-?\d+)", text)[1]) for axis in "XY")
+
+    def ask_for_size(self, width, height):
+        """Asks the window manager for another size, as dragging the frame does."""
+        run("wmctrl", "-i", "-r", self.number, "-e", f"0,-1,-1,{width},{height}")
+
+    def wait_for_size(self, width, height):
+        wait_until(lambda: self.size == (width, height), f"a window of {width} by {height}")
+
+    def close(self):
+        """Closes it as the close button of its frame does."""
+        run("wmctrl", "-i", "-c", self.number)
+
+    def destroy(self):
+        """Destroys it behind the program's back."""
+        run("xdotool", "windowclose", self.number)
+
+    def focus(self):
+        """Gives it the keyboard."""
+        run("xdotool", "windowactivate", "--sync", str(int(self.number, 16)))
+
+    def press_keys(self, *keys):
+        """Presses keys of the keyboard, for instance "Escape" or "ctrl+v"."""
+        self.focus()
+        run("xdotool", "key", "--clearmodifiers", *keys)
+
+    def type(self, text):
+        """Types a text on the keyboard."""
+        self.focus()
+        run("xdotool", "type", "--clearmodifiers", text)
