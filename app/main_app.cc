@@ -6,6 +6,10 @@
 CMainApp theApp;
 
 CMainApp::~CMainApp() {
+  if (m_pMainWnd == nullptr) return;
+  // The widget lives on, and must not call the handler that Run has connected.
+  g_signal_handlers_disconnect_matched(m_pMainWnd->GetWidget(), G_SIGNAL_MATCH_DATA, 0, 0, nullptr,
+                                       nullptr, this);
   delete m_pMainWnd;
   m_pMainWnd = nullptr;
 }
