@@ -1,0 +1,20 @@
+// An application object that makes no window, for programs around the real main function. Built
+// with SMALL_APP_RESULT, what its InitInstance returns.
+#include <cstdio>
+
+#include "app/app_frame.h"
+
+namespace {
+
+class SmallApp : public xApp {
+ public:
+  int InitInstance() override {
+    fputs("InitInstance\n", stderr);
+    return SMALL_APP_RESULT;
+  }
+  void ExitInstance() override { fputs("ExitInstance\n", stderr); }
+};
+
+SmallApp small_app;
+
+}  // namespace
