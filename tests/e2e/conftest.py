@@ -100,6 +100,18 @@ def open_window(start_program):
 
 
 @pytest.fixture
+def open_network_page(open_window):
+    """As open_window, with the Network page in front."""
+
+    def open_it(*arguments, **keywords):
+        window = open_window(*arguments, **keywords)
+        window.show_page(main_window.NETWORK)
+        return window
+
+    return open_it
+
+
+@pytest.fixture
 def start_scanners(tmp_path):
     """Starts simulated scanners: a number of usual ones, or those of a scenario's text or file.
 

@@ -7,10 +7,6 @@ from desktop_driver.main_window import NETWORK
 SCENARIOS = pathlib.Path(__file__).resolve().parents[2] / "tools" / "scanner-sim" / "scenarios"
 
 
-def names_of(rows):
-    return [name for _model, name, _address in rows]
-
-
 def test_lists_model_name_and_address_of_every_scanner(open_window, start_scanners):
     start_scanners(SCENARIOS / "six-office.conf")
     rows = open_window().devices.rows()
@@ -42,7 +38,7 @@ def test_lists_scanners_in_the_order_of_their_answers(open_window, start_scanner
         [scanner First]
         """
     )
-    assert names_of(open_window().devices.rows()) == ["First", "Middle", "Last"]
+    assert open_window().scanner_names() == ["First", "Middle", "Last"]
 
 
 def test_gathers_answers_until_a_second_passes_without_one(open_window, start_scanners):
@@ -59,7 +55,7 @@ def test_gathers_answers_until_a_second_passes_without_one(open_window, start_sc
         delay.discovery = 4000
         """
     )
-    names = names_of(open_window().devices.rows())
+    names = open_window().scanner_names()
     assert names == ["At-Once", "Half-A-Second", "One-Second", "One-And-A-Half"]
 
 
@@ -141,7 +137,7 @@ def test_lists_nothing_without_scanners(open_window):
 
 def test_lists_only_scanners_that_answer_all_three_questions(open_window, start_scanners):
     peers = start_scanners(SCENARIOS / "silent-on-one-object.conf")
-    names = names_of(open_window().devices.rows())
+    names = open_window().scanner_names()
     assert sorted(names) == ["Complete", "No-Hardware-Address"]
     asked = {
         scanner: [

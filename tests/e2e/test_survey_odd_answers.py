@@ -6,12 +6,8 @@ import pytest
 SCENARIOS = pathlib.Path(__file__).resolve().parents[2] / "tools" / "scanner-sim" / "scenarios"
 
 
-def names_of(rows):
-    return [name for _model, name, _address in rows]
-
-
 def listed(window):
-    return sorted(names_of(window.devices.rows()))
+    return sorted(window.scanner_names())
 
 
 def test_scanner_that_answers_twice_is_listed_and_asked_twice(open_window, start_scanners):

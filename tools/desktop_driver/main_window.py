@@ -31,6 +31,20 @@ class MainWindow(Control):
     def show_page(self, page):
         self.tabs.select_page(page)
 
+    def scanner_names(self):
+        """The second column of the list of scanners."""
+        return [name for _model, name, _address in self.devices.rows()]
+
+    def begin_search(self):
+        """Presses Search and gives the dialog that opens. Needs the Network page."""
+        self.search.press()
+        return self.wait_for_dialog()
+
+    def run_search(self):
+        """Presses Search and waits until the search is over. Needs the Network page."""
+        self.begin_search()
+        self.wait_for_no_dialog()
+
     def wait_for_apply(self, seconds=60.0):
         """Presses Apply, waits until it is done and its button insensitive."""
         self.apply.press()

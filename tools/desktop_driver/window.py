@@ -46,6 +46,11 @@ class Control:
         """The text of an entry or label."""
         return self.accessible.queryText().getText(0, -1)
 
+    @property
+    def value(self):
+        """The number that a progress bar shows."""
+        return self.accessible.queryValue().currentValue
+
     def has_state(self, state):
         return self.accessible.getState().contains(state)
 

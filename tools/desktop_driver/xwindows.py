@@ -4,6 +4,11 @@ import subprocess
 
 from .waiting import wait_until
 
+# Of _MOTIF_WM_HINTS: the flag that the functions are meant, and two of the functions.
+MOTIF_FUNCTIONS = 1
+MOTIF_ALL_BUT = 1
+MOTIF_CLOSE = 32
+
 
 def run(*command):
     """What a command prints; raises with its words when it fails."""
@@ -37,24 +42,41 @@ class ManagedWindow:
         return cls(wait_until(lambda: window_ids(pid)[1:], "a second window")[0])
 
     def read(self, name):
-        """The text behind "=" of a property; empty when the window has none of that name."""
-        return run("xprop", "-id", self.number, "-notype", name).partition("=")[2].strip()
+        """What xprop shows of a property; None when the window has none of that name."""
+        text = run("xprop", "-id", self.number, "-notype", name)
+        return text.partition("=")[2].strip() if "=" in text else None
 
     @property
     def title(self):
         """The title; None when it was never set."""
         text = self.read("_NET_WM_NAME")
-        return text[1:-1] if text else None
+        return None if text is None else text.strip('"')
+
+    @property
+    def has_close_button(self):
+        """Whether the program lets the window manager offer a close button.
+
+        This is the program's wish: openbox does not heed it.
+        """
+        hints = self.read("_MOTIF_WM_HINTS")
+        if hints is None:
+            return True
+        flags, functions = (int(word, 16) for word in hints.split(", ")[:2])
+        if not flags & MOTIF_FUNCTIONS:
+            return True
+        named = bool(functions & MOTIF_CLOSE)
+        return named != bool(functions & MOTIF_ALL_BUT)
 
     @property
     def allowed_actions(self):
         """What the window manager lets the user do with the window: CLOSE, RESIZE, ..."""
-        return set(re.findall(r"_NET_WM_ACTION_(\w+)", self.read("_NET_WM_ALLOWED_ACTIONS")))
+        names = self.read("_NET_WM_ALLOWED_ACTIONS") or ""
+        return set(re.findall(r"_NET_WM_ACTION_(\w+)", names))
 
     @property
     def states(self):
         """MODAL, SKIP_TASKBAR, ..."""
-        return set(re.findall(r"_NET_WM_STATE_(\w+)", self.read("_NET_WM_STATE")))
+        return set(re.findall(r"_NET_WM_STATE_(\w+)", self.read("_NET_WM_STATE") or ""))
 
     @property
     def owner(self):
