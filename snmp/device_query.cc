@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "snmp/copy_text.h"
 #include "snmp/request.h"
 #include "snmp/simple_pdu.h"
 
@@ -21,7 +22,7 @@ constexpr size_t kMacTextSize = sizeof("00:00:00:00:00:00");
 // GET with the default community. On success *length is the number of bytes received.
 int GetValue(const char* address, const char* oid, unsigned char* value, int* length) {
   snmp_get_param param{};
-  strncpy(param.name, oid, sizeof(param.name) - 1);
+  copy_text(param.name, oid);
   param.value_length = *length;
   param.value = value;
   const int result = snmp_get(address, nullptr, &param);

@@ -7,6 +7,7 @@
 
 #include "app/debug_log.h"
 #include "snmp/asn.h"
+#include "snmp/copy_text.h"
 #include "snmp/malloc_ptr.h"
 #include "snmp/transport.h"
 #include "snmp/udp_socket.h"
@@ -80,10 +81,8 @@ class SingleQuery {
       : m_Request(get_simple_pdu_memory(1, 1), {1}), m_Answer(get_simple_pdu_memory(1, 1), {1}) {
     if (!IsAllocated()) return;
     m_Request->pdu_type = pdu_type;
-    if (community != nullptr) {
-      strncpy(m_Request->community, community, sizeof(m_Request->community) - 1);
-    }
-    strncpy(Slot().name, name, sizeof(Slot().name) - 1);
+    if (community != nullptr) copy_text(m_Request->community, community);
+    copy_text(Slot().name, name);
   }
 
   bool IsAllocated() const { return m_Request != nullptr && m_Answer != nullptr; }

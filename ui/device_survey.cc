@@ -12,6 +12,7 @@
 #include <string>
 
 #include "app/debug_log.h"
+#include "snmp/copy_text.h"
 #include "snmp/device_query.h"
 #include "snmp/request.h"
 
@@ -49,11 +50,10 @@ class MachineList {
     if (m_Machines != nullptr) memcpy(grown, m_Machines.get(), old_size);
     m_Machines.reset(grown);
     MACHINEINFO& machine = grown[m_iNumMachine++];
-    machine = {};
     // szVendor holds the vendor and the model by now.
-    strncpy(machine.szModelName, device.szVendor, sizeof(machine.szModelName) - 1);
-    strncpy(machine.szMachineName, device.szName, sizeof(machine.szMachineName) - 1);
-    strncpy(machine.szIPAddress, device.szIP, sizeof(machine.szIPAddress) - 1);
+    copy_text(machine.szModelName, device.szVendor);
+    copy_text(machine.szMachineName, device.szName);
+    copy_text(machine.szIPAddress, device.szIP);
   }
 
   int Count() const { return m_iNumMachine; }
