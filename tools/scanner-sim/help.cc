@@ -59,7 +59,8 @@ Scenario files
     register, unregister
                 the commands of port 3892
   A scanner's group goes before [defaults], --set before both; within one of them KEY.QUESTION goes
-  before KEY. In texts \s is a blank (blanks at the start of a value are lost), \n \t \r \\ as usual.
+  before KEY. In texts \s is a blank (blanks at the start of a value are lost), \n \t \r \\ are as
+  usual.
 
   Example: two scanners, one slow about its model, one that is busy at first and whose name does not
   fit the length form that the program under test reads.

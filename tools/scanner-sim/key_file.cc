@@ -29,6 +29,7 @@ class CGlibError {
   ~CGlibError() { g_clear_error(&m_pError); }
 
   GError** Out() { return &m_pError; }
+  bool IsSet() const { return m_pError != nullptr; }
   std::string Message() const { return m_pError ? m_pError->message : "unknown error"; }
 
  private:
@@ -83,6 +84,8 @@ class CLineFinder {
       Fail(m_sName, m_iLine, quoted(content) + " is neither KEY = VALUE, a group nor a comment");
     if (m_Groups.empty()) Fail(m_sName, m_iLine, "a key stands before the first group");
     const std::string key = trimmed(content.substr(0, equals));
+    // To GLib a key with brackets is the translation of another one.
+    if (key.find('[') != std::string::npos) Fail(m_sName, m_iLine, "unknown key " + quoted(key));
     for (const KeyFileEntry& other : m_Groups.back().entries)
       if (other.key == key)
         Fail(m_sName, m_iLine,
@@ -115,7 +118,9 @@ std::vector<KeyFileGroup> parse_key_file(const std::string& name, const std::str
       CGlibError error;
       const GlibText value(
           g_key_file_get_string(file.get(), group.name.c_str(), entry.key.c_str(), error.Out()));
-      if (!value) Fail(name, entry.line, error.Message());
+      if (error.IsSet())
+        Fail(name, entry.line,
+             entry.key + ": a backslash stands before something other than s, n, t, r and \\");
       entry.value = value.get();
     }
   }

@@ -23,6 +23,10 @@ constexpr size_t kBufferSize = 65536;  // no UDP datagram is longer
 constexpr int kReceiveBuffer = 4 << 20;
 constexpr uint32_t kSignalNumber = std::numeric_limits<uint32_t>::max();
 
+// From the answer of one scanner to a broadcast to that of the next. Scanners do not answer in the
+// same moment, and some hundred answers at once are more than a client's socket holds.
+constexpr std::chrono::microseconds kBroadcastSpacing(100);
+
 // So many datagrams are received from one socket, or sent, before the others have their turn.
 constexpr int kBatch = 256;
 
@@ -227,11 +231,15 @@ bool CServer::ReceiveOne(const Socket& socket, Received* received) {
 void CServer::Handle(const Socket& socket, const Received& received) {
   const Understanding understanding = understand(socket.protocol, received.bytes);
   LogReceived(socket, received, understanding);
+  auto start = Clock::now();
   if (received.broadcast) {
-    for (CScanner& scanner : m_Scanners) React(&scanner, socket.protocol, received, understanding);
+    for (CScanner& scanner : m_Scanners) {
+      React(&scanner, socket.protocol, received, understanding, start);
+      start += kBroadcastSpacing;
+    }
   } else if (socket.scanner != kNoScanner) {
     React(&m_Scanners[static_cast<size_t>(socket.scanner)], socket.protocol, received,
-          understanding);
+          understanding, start);
   }
 }
 
@@ -256,7 +264,7 @@ void CServer::LogReceived(const Socket& socket, const Received& received,
 
 // The list is written before the reply leaves: who has the reply finds the list changed.
 void CServer::React(CScanner* scanner, Protocol protocol, const Received& received,
-                    const Understanding& understanding) {
+                    const Understanding& understanding, Clock::time_point start) {
   Reaction reaction = scanner->Take(understanding, received.bytes.size());
   const ScannerConfig& config = scanner->Config();
   if (m_Output.human)
@@ -267,7 +275,7 @@ void CServer::React(CScanner* scanner, Protocol protocol, const Received& receiv
   }
   if (!reaction.answer) return;
   const auto answer = std::make_shared<const PlannedAnswer>(std::move(*reaction.answer));
-  const auto due = Clock::now() + std::chrono::milliseconds(answer->delay);
+  const auto due = start + std::chrono::milliseconds(answer->delay);
   m_Timers.Put(due, {answer, protocol, received.from, config.label, answer->copies, due});
 }
 

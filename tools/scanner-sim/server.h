@@ -82,8 +82,9 @@ class CServer {
   void Handle(const Socket& socket, const Received& received);
   void LogReceived(const Socket& socket, const Received& received,
                    const Understanding& understanding);
+  // The scanner's delay counts from start.
   void React(CScanner* scanner, Protocol protocol, const Received& received,
-             const Understanding& understanding);
+             const Understanding& understanding, Clock::time_point start);
   void SendDue();
   void Send(const Outgoing& outgoing);
   void WriteLists() const;
