@@ -11,7 +11,6 @@ constexpr int kSequenceHeader = 4;
 constexpr unsigned char kLongForm = 0x80;
 constexpr unsigned char kMoreGroups = 0x80;
 constexpr unsigned char kHighTagNumber = 0x1F;
-constexpr unsigned char kFirstByteOf13 = 0x2B;
 constexpr uint64_t kMaxSubIdentifier = 0xFFFFFFFF;
 
 unsigned char LowByte(uint64_t value) { return static_cast<unsigned char>(value & 0xFF); }
@@ -129,14 +128,8 @@ const unsigned char* ReadSubIdentifier(const unsigned char* data, const unsigned
 
 // The first number on the wire, held in the second entry, stands for the first two.
 void SplitFirstNumber(uint64_t* oid) {
-  if (oid[1] == kFirstByteOf13) {
-    oid[0] = 1;
-    oid[1] = 3;
-    return;
-  }
-  const uint64_t first = oid[1];
-  oid[1] = first % 40;
-  oid[0] = (first - oid[1]) / 40;
+  oid[0] = oid[1] / 40;
+  oid[1] %= 40;
 }
 
 }  // namespace

@@ -115,9 +115,9 @@ const unsigned char* asn_parse_string(const unsigned char* data, int* remaining,
 // Reads an object identifier into `oid`. *count holds the capacity of `oid` on entry (at least 2)
 // and the number of sub-identifiers on return. Fails on a sub-identifier above 32 bits and on one
 // that the end of the contents cuts off.
-// A first byte of 2B reads as 1.3, any other first value v as (v / 40).(v % 40). Empty contents set
-// the first two entries to 0 and give a count of 1. When the capacity is used up, the rest of the
-// contents is left unread: the cursor then stands inside the element, while *remaining has been
-// lowered by all of it.
+// The first value v on the wire reads as (v / 40).(v % 40): 2B is 1.3, but 78 is 3.0. Empty
+// contents set the first two entries to 0 and give a count of 1. When the capacity is used up, the
+// rest of the contents is left unread: the cursor then stands inside the element, while *remaining
+// has been lowered by all of it.
 const unsigned char* asn_parse_oid(const unsigned char* data, int* remaining, unsigned char* type,
                                    uint64_t* oid, int* count);
