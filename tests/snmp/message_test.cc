@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
@@ -302,6 +303,10 @@ TEST(SnmpBuildVarOp, WritesEveryTypeOfValue) {
   ExpectVarOp("30 82 00 11" + kSysNameElement + "41 05 00 80 00 00 00", 0x41, &large, 8);
   ExpectVarOp("30 82 00 11" + kSysNameElement + "42 05 00 80 00 00 00", 0x42, &large, 8);
   ExpectVarOp("30 82 00 11" + kSysNameElement + "43 05 00 80 00 00 00", 0x43, &large, 8);
+}
+
+TEST(SnmpBuildVarOp, ChargesNothingWithoutRoomForItsHeader) {
+  EXPECT_EQ(BuildVarOp(3, 0x05, nullptr, 0).remaining, 3);
 }
 
 TEST(SnmpBuildVarOp, IgnoresTheValueOfANull) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
@@ -212,6 +213,25 @@ TEST(OidArray2String, NeedsRoomForATerminator) {
   EXPECT_EQ(ToText({1}, 0).result, -1);
 }
 
+TEST(OidArray2String, TerminatesTheTextInABufferThatHeldAnother) {
+  const uint64_t ids[] = {1, 3};
+  char text[] = "jjjjjjjj";
+  const int capacity = sizeof(text);
+  const int count = 2;
+  EXPECT_EQ(oid_array2string(text, &capacity, ids, &count), 0);
+  EXPECT_STREQ(text, "1.3");
+}
+
+TEST(OidArray2String, WritesNothingWithoutACapacity) {
+  const uint64_t ids[] = {1, 3};
+  char text[] = "j";
+  const int count = 2;
+  for (int capacity : {0, -1}) {
+    EXPECT_EQ(oid_array2string(text, &capacity, ids, &count), -1);
+    EXPECT_STREQ(text, "j");
+  }
+}
+
 TEST(OidArray2String, RefusesTextsOf256CharactersAndMoreAtACapacityOf256) {
   Ids ids(128, 1);
   const OidText longest = ToText(ids, 256);
@@ -313,8 +333,10 @@ TEST(SnmpSimple2Standard, KeepsACommunityOfTheCaller) {
 
 TEST(SnmpSimple2Standard, TakesACommunityWithoutATerminatorAsItsWholeField) {
   const SnmpSimplePduPtr simple = NewRequest(kPduGet, {"1.3"});
-  memset(simple->community, 'c', sizeof(simple->community));
-  simple->error_status = 0x64646464;
+  // Up to the error status, over the unused bytes in between.
+  constexpr size_t kStart = offsetof(snmp_simple_pdu, community);
+  constexpr size_t kEnd = offsetof(snmp_simple_pdu, error_index);
+  memset(reinterpret_cast<char*>(simple.get()) + kStart, 'c', kEnd - kStart);
   const SnmpPduPtr pdu = ToStandard(simple.get());
   ASSERT_NE(pdu, nullptr);
   EXPECT_EQ(pdu->community_length, 128);
