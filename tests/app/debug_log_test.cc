@@ -191,9 +191,9 @@ TEST_F(DebugLogTest, ChoosingAgainWithoutSwitchFilesTurnsTheLogOff) {
 TEST_F(DebugLogTest, NullFormatWritesNothing) {
   const char* volatile none = nullptr;
   const StderrToFile capture;
-  myDbgNop(none);
-  myDbgOutputStderr(none);
-  myDbgOutputLog(none);
+  myDbgNop(none, 0);
+  myDbgOutputStderr(none, 0);
+  myDbgOutputLog(none, 0);
   EXPECT_EQ(StderrToFile::All(), "");
   EXPECT_FALSE(fs::exists(kLogFile)) << "not even opened";
 }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <functional>
 #include <new>
+#include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -90,8 +92,15 @@ class ArrayTest : public testing::Test {
   }
 };
 
+struct ArrayName {
+  template <typename Array>
+  static std::string GetName(int) {
+    if (std::is_same_v<Array, CObArray>) return "CObArray";
+    return std::is_same_v<Array, CWordArray> ? "CWordArray" : "CDWordArray";
+  }
+};
 using Arrays = testing::Types<CWordArray, CDWordArray, CObArray>;
-TYPED_TEST_SUITE(ArrayTest, Arrays);
+TYPED_TEST_SUITE(ArrayTest, Arrays, ArrayName);
 
 TYPED_TEST(ArrayTest, NewArrayHasNoStorage) {
   const Opened<TypeParam> array;
@@ -443,7 +452,7 @@ TEST(DWordArray, InsertingNoArrayIsNotChecked) {
 template <typename Array>
 class UncheckedArrayTest : public ArrayTest<Array> {};
 using UncheckedArrays = testing::Types<CWordArray, CDWordArray>;
-TYPED_TEST_SUITE(UncheckedArrayTest, UncheckedArrays);
+TYPED_TEST_SUITE(UncheckedArrayTest, UncheckedArrays, ArrayName);
 
 TYPED_TEST(UncheckedArrayTest, AppendedToItselfItsOldContentsComeOnce) {
   Opened<TypeParam> array;

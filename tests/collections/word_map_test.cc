@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <random>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -78,8 +79,14 @@ class WordMapTest : public testing::Test {
 template <typename Map>
 CObject WordMapTest<Map>::s_cells[100];
 
+struct MapName {
+  template <typename Map>
+  static std::string GetName(int) {
+    return std::is_same_v<Map, CMapWordToPtr> ? "CMapWordToPtr" : "CMapWordToOb";
+  }
+};
 using Maps = testing::Types<CMapWordToPtr, CMapWordToOb>;
-TYPED_TEST_SUITE(WordMapTest, Maps);
+TYPED_TEST_SUITE(WordMapTest, Maps, MapName);
 
 __POSITION* BeforeStart() { return reinterpret_cast<__POSITION*>(~std::uintptr_t{0}); }
 
