@@ -33,16 +33,6 @@ namespace gtk_test {
 // passing test never waits it out.
 constexpr int kPatienceMs = 20000;
 
-class Environment : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ASSERT_TRUE(gtk_init_check(nullptr, nullptr)) << "these tests need an X display";
-  }
-};
-
-inline ::testing::Environment* const kEnvironment =
-    ::testing::AddGlobalTestEnvironment(new Environment);
-
 // Handles everything that is pending, including what the X server sends in answer to it.
 inline void Pump() {
   do {
@@ -66,6 +56,42 @@ inline bool PumpUntil(const std::function<bool()>& done, int timeout_ms = kPatie
   g_source_remove(ticker);
   return satisfied;
 }
+
+inline bool HasProperty(GdkWindow* window, const char* name) {
+  guchar* data = nullptr;
+  const bool found = gdk_property_get(window, gdk_atom_intern_static_string(name), nullptr, 0, 64,
+                                      FALSE, nullptr, nullptr, nullptr, &data) != 0;
+  g_free(data);
+  return found;
+}
+
+// Waits until the window manager, if there is one, is at work. It announces itself a while before,
+// and windows that ask to be shown in between may be left hidden for ever, so the probe asks anew.
+inline bool WaitForWindowManager() {
+  if (!HasProperty(gdk_get_default_root_window(), "_NET_SUPPORTING_WM_CHECK")) return true;
+  GtkWidget* probe = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  bool managed = false;
+  for (int waited = 0; !managed && waited < kPatienceMs; waited += 50) {
+    gtk_widget_hide(probe);
+    gtk_widget_show(probe);
+    GdkWindow* window = gtk_widget_get_window(probe);
+    managed = PumpUntil([=] { return HasProperty(window, "WM_STATE"); }, 50);
+  }
+  gtk_widget_destroy(probe);
+  Pump();
+  return managed;
+}
+
+class Environment : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr)) << "these tests need an X display";
+    ASSERT_TRUE(WaitForWindowManager());
+  }
+};
+
+inline ::testing::Environment* const kEnvironment =
+    ::testing::AddGlobalTestEnvironment(new Environment);
 
 // Shows a widget and everything in it and waits until its window is on the screen.
 inline bool ShowAndWait(GtkWidget* toplevel) {
