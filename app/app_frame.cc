@@ -1,6 +1,8 @@
 // The application object and its main loop.
 #include "app/app_frame.h"
 
+#include <vector>
+
 xApp* xApp::m_Instance = nullptr;
 
 xApp::xApp() { m_Instance = this; }
@@ -8,7 +10,11 @@ xApp::xApp() { m_Instance = this; }
 xApp::~xApp() = default;
 
 int xApp::Start(int argc, char** argv) {
-  gtk_init(&argc, &argv);
+  // GTK takes its options out of the array too, not only off the count.
+  std::vector<char*> arguments(argv, argv + argc);
+  arguments.push_back(nullptr);
+  char** own = arguments.data();
+  gtk_init(&argc, &own);
   return InitInstance();
 }
 
