@@ -1,0 +1,42 @@
+"""Registering while a scanner says nothing at all."""
+import time
+
+
+def test_silent_scanner_is_tried_three_times_and_does_not_keep_others_out(
+    open_network_page, start_scanners
+):
+    peers = start_scanners("[scanner Silent]\nreply_codes = silence\n[scanner Ready]\n")
+    window = open_network_page()
+    window.name_entry.type_over("front-desk")
+    begin = time.monotonic()
+    window.wait_for_apply()
+    duration = time.monotonic() - begin
+    silent = [entry["hex"] for entry in peers.asked("register", "Silent")]
+    assert len(silent) == 3
+    assert len(set(silent)) == 1
+    assert 9.0 <= duration < 13.0
+    (listed,) = peers.lists()["10.77.0.102"]
+    assert listed["name"] == "front-desk"
+    # The user is not told.
+    assert window.other_windows() == []
+
+
+def test_late_reply_within_three_seconds_counts(open_network_page, start_scanners):
+    peers = start_scanners("[scanner Slow]\ndelay.register = 2000\n")
+    window = open_network_page()
+    window.name_entry.type_over("front-desk")
+    window.wait_for_apply()
+    assert len(peers.asked("register")) == 1
+    (listed,) = peers.lists()["10.77.0.101"]
+    assert listed["name"] == "front-desk"
+
+
+def test_unregistering_does_not_wait_for_replies(open_network_page, start_scanners):
+    peers = start_scanners(3)
+    window = open_network_page()
+    window.list_up.press()
+    begin = time.monotonic()
+    window.wait_for_apply()
+    # A wait for the three would take 9 seconds and more.
+    assert time.monotonic() - begin < 5.0
+    assert len(peers.asked("unregister")) == 3
