@@ -8,6 +8,7 @@ import tempfile
 import time
 
 ETH_P_ALL = 3
+SOL_PACKET = 263
 PACKET_STATISTICS = 6
 ETHERNET = 1  # the link type in a pcap file
 MOST_BYTES = 65536
@@ -38,7 +39,7 @@ class Capture:
             except BlockingIOError:
                 break
             self._packets.append(packet)
-        counts = self._socket.getsockopt(socket.SOL_PACKET, PACKET_STATISTICS, 8)
+        counts = self._socket.getsockopt(SOL_PACKET, PACKET_STATISTICS, 8)
         _seen, dropped = struct.unpack("II", counts)
         if dropped:
             raise RuntimeError(f"{dropped} packets were not recorded")
