@@ -84,7 +84,6 @@ __POSITION* WordMap<Value>::GetStartPosition() const {
 template <typename Value>
 void WordMap<Value>::GetNextAssoc(__POSITION*& rPosition, unsigned short& rKey,
                                   Value& rValue) const {
-  if (rPosition == nullptr) return;
   const CAssoc* current =
       rPosition == BeforeStart() ? FirstFrom(0) : reinterpret_cast<const CAssoc*>(rPosition);
   if (current == nullptr) {
