@@ -44,7 +44,7 @@ const char kInvalidArg[] = "Invalid Arg!";
 
 // Opens an array's fields to the tests.
 template <typename Array>
-class Opened : public Array {
+class OpenedArray : public Array {
  public:
   using Array::m_nGrowBy;
   using Array::m_nMaxSize;
@@ -85,7 +85,7 @@ class ArrayTest : public testing::Test {
 
   // The largest step at which an array of this size grows by itself.
   static int StepAt(int size) {
-    Opened<Array> array;
+    OpenedArray<Array> array;
     array.SetSize(size, 0);
     array.SetSize(size + 1, -1);
     return array.m_nMaxSize - size;
@@ -103,7 +103,7 @@ using Arrays = testing::Types<CWordArray, CDWordArray, CObArray>;
 TYPED_TEST_SUITE(ArrayTest, Arrays, ArrayName);
 
 TYPED_TEST(ArrayTest, NewArrayHasNoStorage) {
-  const Opened<TypeParam> array;
+  const OpenedArray<TypeParam> array;
   EXPECT_EQ(array.GetSize(), 0);
   EXPECT_EQ(array.m_pData, nullptr);
   EXPECT_EQ(array.m_nMaxSize, 0);
@@ -111,7 +111,7 @@ TYPED_TEST(ArrayTest, NewArrayHasNoStorage) {
 }
 
 TYPED_TEST(ArrayTest, FirstStorageIsExactAndZero) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(7, 100);
   EXPECT_EQ(array.m_nMaxSize, 7);
   EXPECT_EQ(array.m_nGrowBy, 100);
@@ -133,13 +133,13 @@ TYPED_TEST(ArrayTest, StepDependsOnTheSize) {
 }
 
 TYPED_TEST(ArrayTest, StepDependsOnTheSizeNotOnTheStorage) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(100, -1);
   array.SetSize(4, -1);
   array.SetSize(101, -1);
   EXPECT_EQ(array.m_nMaxSize, 104);
 
-  Opened<TypeParam> small;
+  OpenedArray<TypeParam> small;
   small.SetSize(10, -1);
   small.SetSize(4, -1);
   small.SetSize(11, -1);
@@ -147,7 +147,7 @@ TYPED_TEST(ArrayTest, StepDependsOnTheSizeNotOnTheStorage) {
 }
 
 TYPED_TEST(ArrayTest, AddingOneAtATimeGrowsInFours) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   std::vector<int> maxSizes;
   for (int i = 0; i < 14; ++i) {
     array.SetAtGrow(i, El<TypeParam>(1));
@@ -157,14 +157,14 @@ TYPED_TEST(ArrayTest, AddingOneAtATimeGrowsInFours) {
 }
 
 TYPED_TEST(ArrayTest, GrowsToTheSizeAskedForWhenTheStepIsLess) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(2, -1);
   array.SetSize(50, -1);
   EXPECT_EQ(array.m_nMaxSize, 50);
 }
 
 TYPED_TEST(ArrayTest, GrowByIsKeptUnlessGiven) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(1, 20);
   array.SetSize(2, -1);
   EXPECT_EQ(array.m_nMaxSize, 21);
@@ -176,14 +176,14 @@ TYPED_TEST(ArrayTest, GrowByIsKeptUnlessGiven) {
 }
 
 TYPED_TEST(ArrayTest, GrowingKeepsTheElementsAndZeroesTheRest) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.SetSize(6, -1);
   this->ExpectElements(array, {1, 2, 3, 0, 0, 0});
 }
 
 TYPED_TEST(ArrayTest, ShrinkingKeepsTheStorageAndGrowingAgainZeroes) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3, 4});
   const auto* data = array.m_pData;
   array.SetSize(1, -1);
@@ -194,7 +194,7 @@ TYPED_TEST(ArrayTest, ShrinkingKeepsTheStorageAndGrowingAgainZeroes) {
 }
 
 TYPED_TEST(ArrayTest, SizeZeroReleasesTheStorage) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.SetSize(0, -1);
   EXPECT_EQ(array.m_pData, nullptr);
@@ -205,7 +205,7 @@ TYPED_TEST(ArrayTest, SizeZeroReleasesTheStorage) {
 }
 
 TYPED_TEST(ArrayTest, RemovingAllKeepsGrowBy) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(5, 9);
   array.RemoveAll();
   EXPECT_EQ(array.GetSize(), 0);
@@ -215,7 +215,7 @@ TYPED_TEST(ArrayTest, RemovingAllKeepsGrowBy) {
 }
 
 TYPED_TEST(ArrayTest, ReadingAndReplacingOutsideTheArrayThrows) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   EXPECT_EQ(ThrownText([&] { array.GetAt(0); }), kInvalidArg);
   this->Fill(array, {1, 2});
   array.SetSize(1, -1);
@@ -228,7 +228,7 @@ TYPED_TEST(ArrayTest, ReadingAndReplacingOutsideTheArrayThrows) {
 }
 
 TYPED_TEST(ArrayTest, SetAtGrowReplacesWithinTheArray) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.SetAtGrow(1, El<TypeParam>(8));
   this->ExpectElements(array, {1, 8, 3});
@@ -237,7 +237,7 @@ TYPED_TEST(ArrayTest, SetAtGrowReplacesWithinTheArray) {
 }
 
 TYPED_TEST(ArrayTest, InsertsWithinAtTheEndAndBeyond) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.InsertAt(0, El<TypeParam>(1), 1);
   array.InsertAt(1, El<TypeParam>(4), 1);
   array.InsertAt(1, El<TypeParam>(2), 2);
@@ -249,8 +249,8 @@ TYPED_TEST(ArrayTest, InsertsWithinAtTheEndAndBeyond) {
 }
 
 TYPED_TEST(ArrayTest, InsertsAnotherArray) {
-  Opened<TypeParam> array;
-  Opened<TypeParam> other;
+  OpenedArray<TypeParam> array;
+  OpenedArray<TypeParam> other;
   this->Fill(array, {1, 2});
   this->Fill(other, {7, 8, 9});
   array.InsertAt(1, &other);
@@ -261,8 +261,8 @@ TYPED_TEST(ArrayTest, InsertsAnotherArray) {
 }
 
 TYPED_TEST(ArrayTest, InsertingAnEmptyArrayChangesNothing) {
-  Opened<TypeParam> array;
-  Opened<TypeParam> empty;
+  OpenedArray<TypeParam> array;
+  OpenedArray<TypeParam> empty;
   this->Fill(array, {1, 2});
   array.InsertAt(1, &empty);
   array.InsertAt(9, &empty);
@@ -270,14 +270,14 @@ TYPED_TEST(ArrayTest, InsertingAnEmptyArrayChangesNothing) {
 }
 
 TYPED_TEST(ArrayTest, InsertedIntoItselfItsOldContentsComeOnce) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.InsertAt(1, &array);
   this->ExpectElements(array, {1, 1, 2, 3, 2, 3});
 }
 
 TYPED_TEST(ArrayTest, RemovesARangeAndKeepsTheStorage) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3, 4, 5});
   array.RemoveAt(1, 2);
   this->ExpectElements(array, {1, 4, 5});
@@ -292,7 +292,7 @@ TYPED_TEST(ArrayTest, RemovesARangeAndKeepsTheStorage) {
 }
 
 TYPED_TEST(ArrayTest, FreeExtraGivesUnusedStorageBack) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   const auto* full = array.m_pData;
   array.FreeExtra();
@@ -308,19 +308,19 @@ TYPED_TEST(ArrayTest, FreeExtraGivesUnusedStorageBack) {
 }
 
 TYPED_TEST(ArrayTest, AppendTellsWhereTheNewElementsBegin) {
-  Opened<TypeParam> array;
-  Opened<TypeParam> other;
+  OpenedArray<TypeParam> array;
+  OpenedArray<TypeParam> other;
   this->Fill(other, {7, 8});
   EXPECT_EQ(array.Append(other), 0);
   EXPECT_EQ(array.Append(other), 2);
   this->ExpectElements(array, {7, 8, 7, 8});
-  EXPECT_EQ(array.Append(Opened<TypeParam>()), 4);
+  EXPECT_EQ(array.Append(OpenedArray<TypeParam>()), 4);
   this->ExpectElements(array, {7, 8, 7, 8});
 }
 
 TYPED_TEST(ArrayTest, CopyTakesAllElementsAndKeepsGrowBy) {
-  Opened<TypeParam> array;
-  Opened<TypeParam> other;
+  OpenedArray<TypeParam> array;
+  OpenedArray<TypeParam> other;
   array.SetSize(1, 6);
   this->Fill(other, {7, 8, 9});
   array.Copy(other);
@@ -331,7 +331,7 @@ TYPED_TEST(ArrayTest, CopyTakesAllElementsAndKeepsGrowBy) {
 }
 
 TYPED_TEST(ArrayTest, CopyOfItselfDoesNothing) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.SetSize(2, -1);
   const auto* data = array.m_pData;
@@ -342,16 +342,16 @@ TYPED_TEST(ArrayTest, CopyOfItselfDoesNothing) {
 }
 
 TYPED_TEST(ArrayTest, CopyOfAnEmptyArrayReleasesTheStorage) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
-  array.Copy(Opened<TypeParam>());
+  array.Copy(OpenedArray<TypeParam>());
   EXPECT_EQ(array.GetSize(), 0);
   EXPECT_EQ(array.m_pData, nullptr);
 }
 
 TYPED_TEST(ArrayTest, FieldsFollowTheVirtualTableInOrder) {
   if (sizeof(void*) != 8) FAIL() << "the offsets are those of 64-bit systems";
-  const Opened<TypeParam> array;
+  const OpenedArray<TypeParam> array;
   const auto* start = reinterpret_cast<const char*>(static_cast<const TypeParam*>(&array));
   const auto offset = [start](const auto& field) {
     return reinterpret_cast<const char*>(&field) - start;
@@ -372,7 +372,7 @@ TEST(WordArray, ElementsAre16Bits) {
   CWordArray array;
   array.SetAtGrow(0, 0xFFFF);
   EXPECT_EQ(array.GetAt(0), 0xFFFF);
-  static_assert(sizeof(array.GetAt(0)) == 2);
+  static_assert(std::is_same_v<decltype(array.GetAt(0)), unsigned short>);
 }
 
 TEST(WordArray, StorageIsZeroFilledByCalloc) {
@@ -429,7 +429,7 @@ TEST(DWordArray, ElementsAre32Bits) {
   CDWordArray array;
   array.SetAtGrow(0, 0xFFFFFFFF);
   EXPECT_EQ(array.GetAt(0), 0xFFFFFFFF);
-  static_assert(sizeof(array.GetAt(0)) == 4);
+  static_assert(std::is_same_v<decltype(array.GetAt(0)), unsigned int>);
 }
 
 TEST(DWordArray, RemovalBeyondTheEndIsNotChecked) {
@@ -455,14 +455,14 @@ using UncheckedArrays = testing::Types<CWordArray, CDWordArray>;
 TYPED_TEST_SUITE(UncheckedArrayTest, UncheckedArrays, ArrayName);
 
 TYPED_TEST(UncheckedArrayTest, AppendedToItselfItsOldContentsComeOnce) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   EXPECT_EQ(array.Append(array), 3);
   this->ExpectElements(array, {1, 2, 3, 1, 2, 3});
 }
 
 TYPED_TEST(UncheckedArrayTest, NegativeAndOverlongArgumentsChangeNothing) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
   array.SetSize(-1, 8);
   array.SetAtGrow(-1, El<TypeParam>(9));
@@ -488,14 +488,14 @@ TEST(DWordArray, NegativeRemovalsAndInsertionsOfAnArrayChangeNothing) {
 }
 
 TYPED_TEST(UncheckedArrayTest, StepBeyondAnIntIsLeftOut) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   array.SetSize(1, INT_MAX);
   array.SetSize(2, -1);
   EXPECT_EQ(array.m_nMaxSize, 2);
 }
 
 TYPED_TEST(UncheckedArrayTest, InsertingNothingIsNotChecked) {
-  Opened<TypeParam> array;
+  OpenedArray<TypeParam> array;
   EXPECT_EQ(ThrownText([&] { array.InsertAt(2, El<TypeParam>(9), 0); }), "nothing");
   this->ExpectElements(array, {0, 0});
 }
@@ -524,10 +524,10 @@ TEST(ObArray, DoesNotOwnItsObjects) {
 
 // Every bad call throws and leaves the array as it was.
 TEST(ObArray, BadArgumentsThrowBeforeAnythingIsChanged) {
-  Opened<CObArray> array;
+  OpenedArray<CObArray> array;
   array.SetSize(4, 2);
   array.SetAt(3, &g_objects[1]);
-  Opened<CObArray> other;
+  OpenedArray<CObArray> other;
   other.SetSize(1, -1);
   const std::vector<std::function<void()>> calls = {
       [&] { array.SetSize(-1, 7); },
@@ -561,7 +561,7 @@ TEST(ObArray, BadArgumentsThrowBeforeAnythingIsChanged) {
 }
 
 TEST(ObArray, OverflowIsCheckedOnlyWhenTheStorageMustGrow) {
-  Opened<CObArray> array;
+  OpenedArray<CObArray> array;
   array.SetSize(2, INT_MAX);
   EXPECT_EQ(ThrownText([&] { array.SetSize(1, -1); }), "nothing");
   EXPECT_EQ(ThrownText([&] { array.SetSize(2, -1); }), "nothing");
@@ -571,8 +571,8 @@ TEST(ObArray, OverflowIsCheckedOnlyWhenTheStorageMustGrow) {
 }
 
 TEST(ObArray, EveryGrowthIsChecked) {
-  Opened<CObArray> array;
-  Opened<CObArray> other;
+  OpenedArray<CObArray> array;
+  OpenedArray<CObArray> other;
   array.SetSize(2, INT_MAX);
   other.SetSize(3, -1);
   EXPECT_EQ(ThrownText([&] { array.SetAtGrow(2, nullptr); }), kInvalidArg);

@@ -21,10 +21,10 @@ namespace {
 
 // Opens a map's fields and internal operations to the tests.
 template <typename Map>
-class Opened : public Map {
+class OpenedMap : public Map {
  public:
   using typename Map::CAssoc;
-  explicit Opened(int nBlockSize = 10) : Map(nBlockSize) {}
+  explicit OpenedMap(int nBlockSize = 10) : Map(nBlockSize) {}
   using Map::FreeAssoc;
   using Map::GetAssocAt;
   using Map::HashKey;
@@ -40,8 +40,8 @@ class Opened : public Map {
 template <typename Map>
 class WordMapTest : public testing::Test {
  protected:
-  using OpenedMap = Opened<Map>;
-  using Value = decltype(OpenedMap::CAssoc::value);
+  using Open = OpenedMap<Map>;
+  using Value = decltype(Open::CAssoc::value);
   using Key = unsigned short;
   using Entries = std::vector<std::pair<Key, Value>>;
 
@@ -60,13 +60,13 @@ class WordMapTest : public testing::Test {
     return entries;
   }
 
-  static int CountBlocks(const OpenedMap& map) {
+  static int CountBlocks(const Open& map) {
     int blocks = 0;
     for (const CPlex* block = map.m_pBlocks; block != nullptr; block = block->pNext) ++blocks;
     return blocks;
   }
 
-  static void ExpectNoMemory(const OpenedMap& map) {
+  static void ExpectNoMemory(const Open& map) {
     EXPECT_EQ(map.m_nCount, 0);
     EXPECT_EQ(map.m_pHashTable, nullptr);
     EXPECT_EQ(map.m_pFreeList, nullptr);
@@ -91,7 +91,7 @@ TYPED_TEST_SUITE(WordMapTest, Maps, MapName);
 __POSITION* BeforeStart() { return reinterpret_cast<__POSITION*>(~std::uintptr_t{0}); }
 
 TYPED_TEST(WordMapTest, NewMapIsEmpty) {
-  const Opened<TypeParam> map;
+  const OpenedMap<TypeParam> map;
   EXPECT_EQ(map.GetCount(), 0);
   EXPECT_EQ(map.GetStartPosition(), nullptr);
   for (unsigned int key = 0; key <= 0xFFFF; ++key) {
@@ -104,15 +104,15 @@ TYPED_TEST(WordMapTest, NewMapIsEmpty) {
 }
 
 TYPED_TEST(WordMapTest, BlockSizeOfZeroOrLessIsTen) {
-  EXPECT_EQ(Opened<TypeParam>(0).m_nBlockSize, 10);
-  EXPECT_EQ(Opened<TypeParam>(-1).m_nBlockSize, 10);
-  EXPECT_EQ(Opened<TypeParam>(INT_MIN).m_nBlockSize, 10);
-  EXPECT_EQ(Opened<TypeParam>(1).m_nBlockSize, 1);
-  EXPECT_EQ(Opened<TypeParam>(3).m_nBlockSize, 3);
+  EXPECT_EQ(OpenedMap<TypeParam>(0).m_nBlockSize, 10);
+  EXPECT_EQ(OpenedMap<TypeParam>(-1).m_nBlockSize, 10);
+  EXPECT_EQ(OpenedMap<TypeParam>(INT_MIN).m_nBlockSize, 10);
+  EXPECT_EQ(OpenedMap<TypeParam>(1).m_nBlockSize, 1);
+  EXPECT_EQ(OpenedMap<TypeParam>(3).m_nBlockSize, 3);
 }
 
 TYPED_TEST(WordMapTest, EntriesComeInBlocks) {
-  Opened<TypeParam> map(0);
+  OpenedMap<TypeParam> map(0);
   EXPECT_EQ(this->CountBlocks(map), 0);
   for (unsigned short key = 1; key <= 21; ++key) {
     map[key] = this->At(key);
@@ -121,15 +121,15 @@ TYPED_TEST(WordMapTest, EntriesComeInBlocks) {
 }
 
 TYPED_TEST(WordMapTest, HashIsTheKeyWithoutItsLowFourBits) {
-  EXPECT_EQ(Opened<TypeParam>::HashKey(0x0000), 0U);
-  EXPECT_EQ(Opened<TypeParam>::HashKey(0x000F), 0U);
-  EXPECT_EQ(Opened<TypeParam>::HashKey(0x0010), 1U);
-  EXPECT_EQ(Opened<TypeParam>::HashKey(0x001F), 1U);
-  EXPECT_EQ(Opened<TypeParam>::HashKey(0xFFFF), 0xFFFU);
+  EXPECT_EQ(OpenedMap<TypeParam>::HashKey(0x0000), 0U);
+  EXPECT_EQ(OpenedMap<TypeParam>::HashKey(0x000F), 0U);
+  EXPECT_EQ(OpenedMap<TypeParam>::HashKey(0x0010), 1U);
+  EXPECT_EQ(OpenedMap<TypeParam>::HashKey(0x001F), 1U);
+  EXPECT_EQ(OpenedMap<TypeParam>::HashKey(0xFFFF), 0xFFFU);
 }
 
 TYPED_TEST(WordMapTest, KeysWithEqualHighBitsShareABucketNewestFirst) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[0x0010] = this->At(1);
   map[0x001F] = this->At(2);
   auto value = this->At(0);
@@ -143,7 +143,7 @@ TYPED_TEST(WordMapTest, KeysWithEqualHighBitsShareABucketNewestFirst) {
 }
 
 TYPED_TEST(WordMapTest, AllDialogsShareOneBucket) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   for (unsigned short dialog = 100; dialog <= 103; ++dialog) {
     unsigned int bucket = 99;
     unsigned int hash = 99;
@@ -154,7 +154,7 @@ TYPED_TEST(WordMapTest, AllDialogsShareOneBucket) {
 }
 
 TYPED_TEST(WordMapTest, BucketAndHashAreToldWithoutATable) {
-  const Opened<TypeParam> map;
+  const OpenedMap<TypeParam> map;
   unsigned int bucket = 99;
   unsigned int hash = 99;
   EXPECT_EQ(map.GetAssocAt(0x0125, bucket, hash), nullptr);
@@ -163,7 +163,7 @@ TYPED_TEST(WordMapTest, BucketAndHashAreToldWithoutATable) {
 }
 
 TYPED_TEST(WordMapTest, AssociationIsFoundByItsWholeKey) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[0x0125] = this->At(3);
   unsigned int bucket = 0;
   unsigned int hash = 0;
@@ -178,7 +178,7 @@ TYPED_TEST(WordMapTest, AssociationIsFoundByItsWholeKey) {
 }
 
 TYPED_TEST(WordMapTest, LookupDoesNotCreate) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[1] = this->At(1);
   auto value = this->At(7);
   EXPECT_EQ(map.Lookup(2, value), 0);
@@ -187,7 +187,7 @@ TYPED_TEST(WordMapTest, LookupDoesNotCreate) {
 }
 
 TYPED_TEST(WordMapTest, IndexingCreatesANullValueOnce) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   EXPECT_EQ(map[0xFFFF], nullptr);
   EXPECT_EQ(map.GetCount(), 1);
   map[0xFFFF] = this->At(4);
@@ -196,7 +196,7 @@ TYPED_TEST(WordMapTest, IndexingCreatesANullValueOnce) {
 }
 
 TYPED_TEST(WordMapTest, BucketArrayIsMadeAtTheFirstInsertion) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map.InitHashTable(5, 0);
   EXPECT_EQ(map.m_pHashTable, nullptr);
   map[0x0060] = this->At(1);  // hash 6, bucket 1 of 5
@@ -207,7 +207,7 @@ TYPED_TEST(WordMapTest, BucketArrayIsMadeAtTheFirstInsertion) {
 }
 
 TYPED_TEST(WordMapTest, TableSizeOfZeroIsSeventeen) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map.InitHashTable(3, 0);
   EXPECT_EQ(map.m_nHashTableSize, 3U);
   map.InitHashTable(0, 0);
@@ -223,7 +223,7 @@ TYPED_TEST(WordMapTest, TableSizeOfZeroIsSeventeen) {
 }
 
 TYPED_TEST(WordMapTest, SettingTheTableSizeDropsTheOldTable) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map.InitHashTable(8, -1);
   EXPECT_NE(map.m_pHashTable, nullptr);
   map.InitHashTable(9, 0);
@@ -232,7 +232,7 @@ TYPED_TEST(WordMapTest, SettingTheTableSizeDropsTheOldTable) {
 }
 
 TYPED_TEST(WordMapTest, FreeListRunsUpThroughABlock) {
-  Opened<TypeParam> map(4);
+  OpenedMap<TypeParam> map(4);
   const auto* first = map.NewAssoc();
   EXPECT_EQ(static_cast<const void*>(first), map.m_pBlocks->data());
   EXPECT_EQ(map.m_pFreeList, first + 1);
@@ -244,7 +244,7 @@ TYPED_TEST(WordMapTest, FreeListRunsUpThroughABlock) {
 }
 
 TYPED_TEST(WordMapTest, ReleasedAssociationIsTheNextOneTakenAndIsCleared) {
-  Opened<TypeParam> map(4);
+  OpenedMap<TypeParam> map(4);
   auto* first = map.NewAssoc();
   map.NewAssoc();
   first->key = 77;
@@ -258,7 +258,7 @@ TYPED_TEST(WordMapTest, ReleasedAssociationIsTheNextOneTakenAndIsCleared) {
 }
 
 TYPED_TEST(WordMapTest, RemovingFromAMapThatNeverHeldAnythingFindsNothing) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   EXPECT_EQ(map.RemoveKey(0), 0);
   EXPECT_EQ(map.RemoveKey(100), 0);
   this->ExpectNoMemory(map);
@@ -266,7 +266,7 @@ TYPED_TEST(WordMapTest, RemovingFromAMapThatNeverHeldAnythingFindsNothing) {
 
 TYPED_TEST(WordMapTest, RemovesFromTheStartMiddleAndEndOfABucket) {
   for (unsigned short removed = 0x10; removed <= 0x12; ++removed) {
-    Opened<TypeParam> map;
+    OpenedMap<TypeParam> map;
     typename TestFixture::Entries expected;
     for (unsigned short key = 0x10; key <= 0x12; ++key) {
       map[key] = this->At(key);
@@ -280,7 +280,7 @@ TYPED_TEST(WordMapTest, RemovesFromTheStartMiddleAndEndOfABucket) {
 }
 
 TYPED_TEST(WordMapTest, RemovingTheLastEntryGivesAllMemoryBack) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[100] = this->At(1);
   EXPECT_EQ(map.RemoveKey(100), -1);
   this->ExpectNoMemory(map);
@@ -294,7 +294,7 @@ TYPED_TEST(WordMapTest, RemovingTheLastEntryGivesAllMemoryBack) {
 }
 
 TYPED_TEST(WordMapTest, RemovingAllKeepsTheSizes) {
-  Opened<TypeParam> map(3);
+  OpenedMap<TypeParam> map(3);
   map.InitHashTable(5, -1);
   for (unsigned short key = 0; key < 20; ++key) map[key] = this->At(key);
   map.RemoveAll();
@@ -306,13 +306,13 @@ TYPED_TEST(WordMapTest, RemovingAllKeepsTheSizes) {
 }
 
 TYPED_TEST(WordMapTest, IterationStartsAtTheAllOnesPosition) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[1] = this->At(1);
   EXPECT_EQ(map.GetStartPosition(), BeforeStart());
 }
 
 TYPED_TEST(WordMapTest, IteratesBucketByBucketNewestFirst) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   // 0x0110 has hash 17 and so shares bucket 0 with 0x0005; 0x0100 is alone in the last bucket.
   for (unsigned short key : {0x0100, 0x0005, 0x0021, 0x0110, 0x0020}) map[key] = this->At(key & 63);
   const typename TestFixture::Entries expected = {{0x0110, this->At(0x10)},
@@ -324,7 +324,7 @@ TYPED_TEST(WordMapTest, IteratesBucketByBucketNewestFirst) {
 }
 
 TYPED_TEST(WordMapTest, NullPositionChangesNothing) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[1] = this->At(1);
   __POSITION* position = nullptr;
   unsigned short key = 0xABCD;
@@ -338,7 +338,7 @@ TYPED_TEST(WordMapTest, NullPositionChangesNothing) {
 // Setting the table size of a map with entries loses them, but never follows a missing table.
 TYPED_TEST(WordMapTest, IterationEndsWhenTheBucketsAreEmptyOrAbsent) {
   for (short allocNow : {0, -1}) {
-    Opened<TypeParam> map;
+    OpenedMap<TypeParam> map;
     map[1] = this->At(1);
     map.InitHashTable(4, allocNow);
     __POSITION* position = map.GetStartPosition();
@@ -353,7 +353,7 @@ TYPED_TEST(WordMapTest, IterationEndsWhenTheBucketsAreEmptyOrAbsent) {
 }
 
 TYPED_TEST(WordMapTest, IterationUnderWayEndsWhenTheTableGoes) {
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   map[0x0001] = this->At(1);
   map[0x0020] = this->At(2);
   __POSITION* position = map.GetStartPosition();
@@ -368,7 +368,7 @@ TYPED_TEST(WordMapTest, IterationUnderWayEndsWhenTheTableGoes) {
 }
 
 TYPED_TEST(WordMapTest, BehavesAsAMapOverManyInsertionsAndRemovals) {
-  Opened<TypeParam> map(7);
+  OpenedMap<TypeParam> map(7);
   std::map<unsigned short, typename TestFixture::Value> model;
   std::mt19937 random(20240917);
   for (int step = 0; step < 20000; ++step) {
@@ -389,7 +389,7 @@ TYPED_TEST(WordMapTest, BehavesAsAMapOverManyInsertionsAndRemovals) {
 
 TYPED_TEST(WordMapTest, FieldsFollowTheVirtualTableInOrder) {
   if (sizeof(void*) != 8) FAIL() << "the offsets are those of 64-bit systems";
-  Opened<TypeParam> map;
+  OpenedMap<TypeParam> map;
   const auto* start = reinterpret_cast<const char*>(static_cast<const TypeParam*>(&map));
   const auto offset = [start](const auto& field) {
     return reinterpret_cast<const char*>(&field) - start;
@@ -403,7 +403,7 @@ TYPED_TEST(WordMapTest, FieldsFollowTheVirtualTableInOrder) {
   EXPECT_EQ(offset(map.m_nBlockSize), 40);
   EXPECT_EQ(sizeof(TypeParam), 48U);
 
-  using Assoc = typename Opened<TypeParam>::CAssoc;
+  using Assoc = typename OpenedMap<TypeParam>::CAssoc;
   static_assert(std::is_standard_layout_v<Assoc>);
   EXPECT_EQ(offsetof(Assoc, pNext), 0U);
   EXPECT_EQ(offsetof(Assoc, value), 8U);
