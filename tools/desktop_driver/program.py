@@ -13,6 +13,9 @@ TITLE = "Veltrana DVX Tools"
 SHARE = pathlib.Path("/usr/local/share/veltrana/scanner")
 LOG = pathlib.Path("/tmp/VeltranaDVXTools.log")
 
+# A wrapper for Program: in the lab the user is root, whom file modes do not bind otherwise.
+HEED_FILE_MODES = ("setpriv", "--bounding-set=-dac_override,-dac_read_search")
+
 
 def home():
     """The home folder as the program finds it: from the password database, not from HOME."""
