@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -18,7 +19,7 @@ using fake_network::Bytes;
 using fake_network::Here;
 using fake_network::Hex;
 using fake_network::Host;
-using fake_network::Normal;
+using fake_network::Part;
 using fake_network::Received;
 using fake_network::Stopwatch;
 using fake_network::ToHex;
@@ -118,9 +119,9 @@ class UdpCommandTest : public ::testing::Test {
     return UdpCommandSendResponse(m_szAddress, &m_Request, &m_Response);
   }
 
-  static std::string First(Host& scanner) {
+  static Bytes First(Host& scanner) {
     const auto log = scanner.WaitFor(1);
-    return log.empty() ? "" : ToHex(log[0].bytes);
+    return log.empty() ? Bytes() : log[0].bytes;
   }
 
   char m_szAddress[16] = "127.0.0.1";
@@ -152,7 +153,7 @@ TEST_F(UdpCommandTest, PacketIsLaidOutWithCategoryBeforeCommand) {
       "30 32 30 30 4D 4C 30 31 "  // 0200ML01
       "02 01 31 05 03 77 00 00 "  // sequence, category, command, length, status
       "0A 0B 0C",
-      First(scanner));
+      ToHex(First(scanner)));
 }
 
 TEST_F(UdpCommandTest, LowHalfOfTheSequenceArgumentIsSent) {
@@ -170,7 +171,7 @@ TEST_F(UdpCommandTest, LowHalfOfTheSequenceArgumentIsSent) {
 TEST_F(UdpCommandTest, Sequence0IsDrawnWithTheTimeAsSeed) {
   Host scanner(Here("127.0.0.1"));
   EXPECT_EQ(0, Send(scanner, 0));
-  EXPECT_EQ("CD AB", First(scanner).substr(12 * 3, 5));
+  EXPECT_EQ("CD AB", Part(First(scanner), 12, 2));
   EXPECT_EQ(std::vector<unsigned int>{1700000000u}, seeds);
 }
 
@@ -178,7 +179,7 @@ TEST_F(UdpCommandTest, DrawnSequenceMayBe0) {
   Host scanner(Here("127.0.0.1"));
   next_random = 0x10000;
   EXPECT_EQ(0, Send(scanner, 0));
-  EXPECT_EQ("00 00", First(scanner).substr(12 * 3, 5));
+  EXPECT_EQ("00 00", Part(First(scanner), 12, 2));
   EXPECT_EQ(1u, seeds.size());
 }
 
@@ -220,11 +221,11 @@ TEST_F(UdpCommandTest, NegativeLengthOrShortMemorySendsNothing) {
 
 TEST_F(UdpCommandTest, UnresolvableAddressFailsWithoutADatagram) {
   Host scanner(Here("127.0.0.1"));
-  strcpy(m_szAddress, kUnknownHost);
+  snprintf(m_szAddress, sizeof(m_szAddress), "%s", kUnknownHost);
   EXPECT_EQ(-1, Send(scanner, 1));
   EXPECT_EQ(-1, SendResponse(scanner));
   EXPECT_EQ(1u, exchanges) << "only time-outs are tried again";
-  strcpy(m_szAddress, "127.0.0.1");
+  snprintf(m_szAddress, sizeof(m_szAddress), "%s", "127.0.0.1");
   EXPECT_EQ(0, Send(scanner, 1));
   scanner.WaitFor(1);
   EXPECT_EQ(1u, scanner.Log().size());
@@ -241,7 +242,8 @@ TEST_F(UdpCommandTest, ReplyIsTaken) {
   EXPECT_EQ(4, m_Response.length);
   EXPECT_EQ(0x09, m_Response.status);
   EXPECT_EQ("D1 D2 D3 D4 EE", ToHex(Bytes(m_ReplyData, m_ReplyData + 5)));
-  EXPECT_EQ("4D 46 50 50 30 32 30 30 4D 4C 30 31 CD AB 31 05 03 00 00 00 0A 0B 0C", First(scanner));
+  EXPECT_EQ("4D 46 50 50 30 32 30 30 4D 4C 30 31 CD AB 31 05 03 00 00 00 0A 0B 0C",
+            ToHex(First(scanner)));
   EXPECT_EQ(1u, scanner.Log().size());
   EXPECT_EQ((std::vector<std::string>{
                 "[UdpCommandSendResponse(#)]: UdpCommandSendResponse (ipAddress=127.0.0.1) \n"}),
@@ -368,7 +370,7 @@ TEST_F(UdpCommandTest, SetUdpCommandPortChangesNothingOnTheWire) {
   EXPECT_EQ(0, SetUdpCommandPort(5000));
   EXPECT_EQ(5000, udpCommandPort);
   EXPECT_EQ(0, Send(scanner, 1));
-  EXPECT_NE("", First(scanner));
+  EXPECT_FALSE(First(scanner).empty());
   EXPECT_EQ(0, SetUdpCommandPort(3892));
 }
 

@@ -18,6 +18,7 @@ using fake_network::Host;
 using fake_network::kSysName;
 using fake_network::kVendorName;
 using fake_network::Normal;
+using fake_network::Part;
 using fake_network::SnmpAnswer;
 using fake_network::TextElement;
 using fake_network::ToHex;
@@ -40,7 +41,7 @@ class DeviceQueryTest : public ::testing::Test {
     if (log.size() != 1) return "not one question";
     const std::string hex = ToHex(log[0].bytes);
     const size_t list = hex.find("30 82", 6);
-    return hex.substr(3 * 15, 2) + " ... " + hex.substr(list);
+    return Part(log[0].bytes, 15, 1) + " ... " + hex.substr(list);
   }
 
   char m_Text[300];

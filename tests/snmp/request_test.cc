@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -21,6 +22,7 @@ using fake_network::kDiscoveryName;
 using fake_network::kSysName;
 using fake_network::Normal;
 using fake_network::Office;
+using fake_network::Part;
 using fake_network::Received;
 using fake_network::SnmpAnswer;
 using fake_network::Stopwatch;
@@ -106,7 +108,7 @@ class RequestTest : public ::testing::Test {
           const char* address = kDevice) {
     memset(m_Value, 0xEE, sizeof(m_Value));
     m_Get = {};
-    strcpy(m_Get.name, oid);
+    snprintf(m_Get.name, sizeof(m_Get.name), "%s", oid);
     m_Get.value_length = capacity;
     m_Get.value = m_Value;
     return snmp_get(address, community, &m_Get);
@@ -114,7 +116,7 @@ class RequestTest : public ::testing::Test {
 
   int GetNext(const char* oid, const char* community = nullptr) {
     m_Next = {};
-    strcpy(m_Next.name, oid);
+    snprintf(m_Next.name, sizeof(m_Next.name), "%s", oid);
     return snmp_get_next(kDevice, community, &m_Next);
   }
 
@@ -130,7 +132,8 @@ class ManyTest : public RequestTest {
  protected:
   ManyTest() : m_Request(get_simple_pdu_memory(1, 1), {1}) {
     m_Request->pdu_type = 0xA1;
-    strcpy(m_Request->variables[0].name, kDiscoveryOid);
+    snprintf(m_Request->variables[0].name, sizeof(m_Request->variables[0].name), "%s",
+             kDiscoveryOid);
   }
 
   int Ask(int capacity, const char* address = kBroadcast, unsigned int seconds = 1) {
@@ -227,19 +230,17 @@ TEST_F(RequestTest, CommunityIsSent) {
   EXPECT_EQ(0, snmp_memory_free(&m_Next));
   EXPECT_EQ(0, Get("1.3.6.1.2.1.1.5.0", 20, ""));
   ASSERT_EQ(3u, device.Log().size());
-  EXPECT_EQ("30 82 00 28 02 01 00 04 03 61 62 63 A0 1E",
-            ToHex(device.Log()[0].bytes).substr(0, 14 * 3 - 1));
-  EXPECT_EQ("30 82 00 28 02 01 00 04 03 61 62 63 A1 1E",
-            ToHex(device.Log()[1].bytes).substr(0, 14 * 3 - 1));
+  EXPECT_EQ("30 82 00 28 02 01 00 04 03 61 62 63 A0 1E", Part(device.Log()[0].bytes, 0, 14));
+  EXPECT_EQ("30 82 00 28 02 01 00 04 03 61 62 63 A1 1E", Part(device.Log()[1].bytes, 0, 14));
   EXPECT_EQ("30 82 00 2B 02 01 00 04 06 70 75 62 6C 69 63 A0 1E",
-            ToHex(device.Log()[2].bytes).substr(0, 17 * 3 - 1));
+            Part(device.Log()[2].bytes, 0, 17));
 }
 
 TEST_F(RequestTest, OverlongCommunityAndNameAreCutToTheirFields) {
   Host device(Office(kDevice, 161), Always(Hex(kPrinterAnswer)));
   EXPECT_EQ(0, Get("1.3.6.1.2.1.1.5.0", 20, std::string(200, 'c').c_str()));
   ASSERT_EQ(1u, device.Log().size());
-  EXPECT_EQ("02 01 00 04 7F 63", ToHex(device.Log()[0].bytes).substr(4 * 3, 6 * 3 - 1));
+  EXPECT_EQ("02 01 00 04 7F 63", Part(device.Log()[0].bytes, 4, 6));
 }
 
 TEST_F(RequestTest, HostNameIsLookedUp) {
@@ -280,7 +281,7 @@ TEST_F(RequestTest, GetWithABufferBeyondTheFieldOfARecord) {
 TEST_F(RequestTest, GetWithoutAnyBuffer) {
   Host device(Office(kDevice, 161), Always(SnmpAnswer(kSysName, Hex("04 00"))));
   m_Get = {};
-  strcpy(m_Get.name, "1.3.6.1.2.1.1.5.0");
+  snprintf(m_Get.name, sizeof(m_Get.name), "%s", "1.3.6.1.2.1.1.5.0");
   EXPECT_EQ(0, snmp_get(kDevice, nullptr, &m_Get));
   EXPECT_EQ(0, m_Get.value_length);
 }
@@ -551,7 +552,7 @@ TEST_F(ManyTest, TextThatIsNoAddressIsTheBroadcastAddress) {
 }
 
 TEST_F(ManyTest, RequestThatCannotBeConvertedIsTold) {
-  strcpy(m_Request->variables[0].name, "system");
+  snprintf(m_Request->variables[0].name, sizeof(m_Request->variables[0].name), "%s", "system");
   CaptureStderr();
   EXPECT_EQ(-1, Ask(256));
   EXPECT_EQ("ERROR: multi_snmp_request_simple: snmp_simple2standard\n", GetCapturedStderr());

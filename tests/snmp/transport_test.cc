@@ -20,7 +20,6 @@ using fake_network::Bytes;
 using fake_network::Here;
 using fake_network::Hex;
 using fake_network::Host;
-using fake_network::Received;
 using fake_network::Stopwatch;
 using fake_network::ToHex;
 

@@ -11,10 +11,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -56,6 +59,14 @@ inline std::string ToHex(const Bytes& bytes) {
   }
   if (!text.empty()) text.pop_back();
   return text;
+}
+
+// `count` bytes from `first` on, as ToHex writes them.
+inline std::string Part(const Bytes& bytes, size_t first, size_t count) {
+  const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(first, bytes.size()));
+  const auto end =
+      bytes.begin() + static_cast<std::ptrdiff_t>(std::min(first + count, bytes.size()));
+  return ToHex(Bytes(begin, end));
 }
 
 // The same text for any way of writing the bytes.

@@ -216,11 +216,9 @@ TEST_F(DeviceSurveyTest, DeviceIsAskedForModelVendorAndName) {
   EXPECT_EQ((Lines{"10.77.0.64 model", "10.77.0.64 vendor", "10.77.0.64 name"}), Questions(office));
   EXPECT_EQ((Lines{
                 "[searchMachine(#)]: searchMachine num=(1)\n",
-                "[searchMachine(#)]: szIP = 10.77.0.64, szModel = T55_E, szVendor = Veltrana, "
-                "szName = front desk\n",
+                "[searchMachine(#)]: szIP = 10.77.0.64, szModel = T55_E" + rest,
                 "[searchMachine(#)]: Delete Suffix from Model Name.\n",
-                "[searchMachine(#)]: szIP = 10.77.0.64, szModel = T55, szVendor = Veltrana, "
-                "szName = front desk\n",
+                "[searchMachine(#)]: szIP = 10.77.0.64, szModel = T55" + rest,
                 "[searchMachine(#)]: searchMachine szModel=(T55)\n",
                 "[searchMachine(#)]: searchMachine szName=(front desk)\n",
                 "[searchMachine(#)]: searchMachine szVendor=(Veltrana T55)\n",
@@ -300,6 +298,7 @@ TEST_F(DeviceSurveyTest, Of300DevicesTheFirst256AreConsidered) {
   };
   const auto all = All([&] {
     std::vector<Scanner> scanners;
+    scanners.reserve(300);
     for (int i = 0; i < 300; ++i) {
       scanners.push_back({address(i), TextElement("T55"), TextElement("Veltrana"),
                           TextElement("pc" + std::to_string(i))});
