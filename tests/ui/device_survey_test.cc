@@ -214,6 +214,7 @@ TEST_F(DeviceSurveyTest, DeviceIsAskedForModelVendorAndName) {
   Survey();
   EXPECT_EQ((Lines{"Veltrana T55, front desk, 10.77.0.64"}), Found());
   EXPECT_EQ((Lines{"10.77.0.64 model", "10.77.0.64 vendor", "10.77.0.64 name"}), Questions(office));
+  const std::string rest = ", szVendor = Veltrana, szName = front desk\n";
   EXPECT_EQ((Lines{
                 "[searchMachine(#)]: searchMachine num=(1)\n",
                 "[searchMachine(#)]: szIP = 10.77.0.64, szModel = T55_E" + rest,
