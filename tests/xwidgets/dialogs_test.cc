@@ -475,7 +475,7 @@ struct Shown {
 std::string Property(GtkDialog* dialog, const char* name) {
   gchar* value = nullptr;
   g_object_get(dialog, name, &value, nullptr);
-  const std::string text = value != nullptr ? value : "(null)";
+  std::string text = value != nullptr ? value : "(null)";
   g_free(value);
   return text;
 }
@@ -757,7 +757,7 @@ GtkFontSelection* Selection(const xFontSelectDialog& dialog) {
 
 std::string CurrentFont(GtkFontSelection* selection) {
   gchar* name = gtk_font_selection_get_font_name(selection);
-  const std::string text = name != nullptr ? name : "(null)";
+  std::string text = name != nullptr ? name : "(null)";
   g_free(name);
   return text;
 }

@@ -2,8 +2,10 @@
 #include "xwidgets/widget.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/fake_bitmaps.h"
@@ -268,12 +270,13 @@ TEST(WidgetDestructor, DropsTheReferenceAndNeverDestroysTheWidget) {
 
 TEST(WidgetDestructor, LeavesNoHandlerThatCouldReachTheDeletedObject) {
   GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-  auto control = std::make_unique<FocusWidget>(nullptr, 1);
+  std::optional<FocusWidget> control(std::in_place, nullptr, 1);
   gtk_container_add(GTK_CONTAINER(window), control->GetWidget());
   GtkWidget* entry = control->GetWidget();
-  const void* address = control.get();
+  void* address = &*control;
+  EXPECT_EQ(2U, CountHandlers(entry, address));
   control.reset();
-  EXPECT_EQ(0U, CountHandlers(entry, const_cast<void*>(address)));
+  EXPECT_EQ(0U, CountHandlers(entry, address));
   gtk_widget_destroy(window);
 }
 
