@@ -131,7 +131,7 @@ class Control:
         """The texts of a table, a list of texts per row."""
         table = self.accessible.queryTable()
         return [
-            [table.getAccessibleAt(row, column).name for column in range(table.nColumns)]
+            [cell_text(table.getAccessibleAt(row, column)) for column in range(table.nColumns)]
             for row in range(table.nRows)
         ]
 
@@ -142,13 +142,20 @@ class Control:
 
     def select_row(self, row):
         """Puts the cursor of a table on a row, as a click on it does."""
-        cell = self.accessible.queryTable().getAccessibleAt(row, 0)
-        cell.queryComponent().grabFocus()
+        table = self.accessible.queryTable()
+        table.getAccessibleAt(row, 0).queryComponent().grabFocus()
+        wait_until(lambda: table.isRowSelected(row), f"row {row} to be selected")
 
     def place(self):
         """Position and size on the screen: x, y, width, height."""
         box = self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         return box.x, box.y, box.width, box.height
+
+
+def cell_text(cell):
+    """The text of a table's cell; one that also holds an icon has its text in a part of it."""
+    parts = [cell.getChildAtIndex(index) for index in range(cell.childCount)]
+    return cell.name or "".join(part.name or "" for part in parts)
 
 
 def application(pid, seconds=60.0):

@@ -11,8 +11,8 @@ MOTIF_CLOSE = 32
 
 
 def run(*command):
-    """What a command prints; raises with its words when it fails."""
-    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    """What a command prints; raises with its words when it fails, or when it hangs."""
+    done = subprocess.run(command, capture_output=True, text=True, check=False, timeout=60)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(command)}: status {done.returncode}: {done.stderr.strip()}")
     return done.stdout
