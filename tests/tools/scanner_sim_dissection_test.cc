@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "tests/tools/private_file.h"
-#include "tools/scanner-sim/config_keys.h"
-#include "tools/scanner-sim/scanner.h"
+#include "tests/tools/scanner_sim_made.h"
 
 namespace {
 
@@ -75,15 +74,6 @@ std::vector<std::string> Dissect(const std::vector<Bytes>& payloads) {
   return lines;
 }
 
-CScanner MakeScanner(const std::vector<std::pair<const char*, const char*>>& settings = {}) {
-  ScannerConfig config = usual_scanner(1);
-  config.address = parse_ipv4("10.77.0.101").value();
-  std::vector<Setting> list;
-  for (const auto& [key, value] : settings) list.push_back({key, key, value});
-  apply_settings(list, 1, &config);
-  return CScanner(config);
-}
-
 Bytes Answer(CScanner* scanner, uint8_t pdu, const char* oid) {
   Understanding understanding;
   understanding.snmp.emplace();
@@ -95,7 +85,7 @@ Bytes Answer(CScanner* scanner, uint8_t pdu, const char* oid) {
 }
 
 TEST(Dissection, FindsEveryAnswerWellFormedAndRight) {
-  CScanner scanner = MakeScanner({{"object.1.3.6.1.2.1.1.3.0", "ticks:4294967295"}});
+  CScanner scanner = make_scanner({{"object.1.3.6.1.2.1.1.3.0", "ticks:4294967295"}});
   const auto lines = Dissect({
       Answer(&scanner, kPduGetNext, "1.3.6.1.4.1.731.405.1.1.1.3"),
       Answer(&scanner, kPduGet, "1.3.6.1.4.1.731.1.2.1.2.0"),
@@ -120,8 +110,9 @@ TEST(Dissection, FindsEveryAnswerWellFormedAndRight) {
 
 TEST(Dissection, FindsEveryLengthFormThatStatesTheTruthWellFormed) {
   std::vector<Bytes> answers;
+  answers.reserve(6);
   for (const char* form : {"short", "minimal", "long1", "long2", "long3", "long4"}) {
-    CScanner scanner = MakeScanner({{"length_form", form}});
+    CScanner scanner = make_scanner({{"length_form", form}});
     answers.push_back(Answer(&scanner, kPduGet, "1.3.6.1.4.1.731.1.2.1.2.0"));
   }
   EXPECT_THAT(Dissect(answers),
@@ -131,7 +122,7 @@ TEST(Dissection, FindsEveryLengthFormThatStatesTheTruthWellFormed) {
 }
 
 TEST(Dissection, FindsALyingLengthMalformed) {
-  CScanner scanner = MakeScanner({{"length_form", "value:byte7f"}});
+  CScanner scanner = make_scanner({{"length_form", "value:byte7f"}});
   const auto lines = Dissect({Answer(&scanner, kPduGet, "1.3.6.1.4.1.731.1.2.1.2.0")});
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_NE(lines[0].substr(0, 2), "||") << "the check above would not see a mistake";

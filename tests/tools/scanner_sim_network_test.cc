@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -81,6 +82,7 @@ std::vector<Datagram> ReceiveAll(CClient* client) {
 
 std::vector<std::string> Senders(const std::vector<Datagram>& datagrams) {
   std::vector<std::string> senders;
+  senders.reserve(datagrams.size());
   for (const Datagram& datagram : datagrams) senders.push_back(endpoint_text(datagram.from));
   return senders;
 }

@@ -32,6 +32,7 @@ class CProcess {
       close(ends[0]);
       close(ends[1]);
       std::vector<char*> arguments;
+      arguments.reserve(command.size() + 1);
       for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
       arguments.push_back(nullptr);
       execvp(arguments[0], arguments.data());
@@ -55,7 +56,7 @@ class CProcess {
     while ((end = m_sBuffer.find('\n')) == std::string::npos) {
       if (!ReadMore()) throw std::runtime_error("the output ended with: " + m_sBuffer);
     }
-    const std::string line = m_sBuffer.substr(0, end);
+    std::string line = m_sBuffer.substr(0, end);
     m_sBuffer.erase(0, end + 1);
     return line;
   }

@@ -5,19 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/scanner-sim/config_keys.h"
-#include "tools/scanner-sim/scanner.h"
+#include "tests/tools/scanner_sim_made.h"
 
 namespace {
-
-CScanner MakeScanner(const std::vector<std::pair<const char*, const char*>>& settings = {}) {
-  ScannerConfig config = usual_scanner(1);
-  config.address = parse_ipv4("10.77.0.101").value();
-  std::vector<Setting> list;
-  for (const auto& [key, value] : settings) list.push_back({key, key, value});
-  apply_settings(list, 1, &config);
-  return CScanner(config);
-}
 
 std::string Hex(const std::string& text) { return to_hex(from_hex(text).value()); }
 
@@ -139,48 +129,48 @@ TEST(ComputerText, ShowsNoControlCharacters) {
 // --- replies
 
 TEST(Reply, RepeatsTheSequenceBytesAndAccepts) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(ReplyHex(Register(&scanner)), Hex(std::string(kSignature) + "39 30 31 c4 00 00 00 00"));
   EXPECT_EQ(ReplyHex(Send(&scanner, Packet("03", kDesk42, "ff 01"))),
             Hex(std::string(kSignature) + "ff 01 31 c4 00 00 00 00"));
 }
 
 TEST(Reply, CodesComeInTurnAndTheLastOneStays) {
-  CScanner scanner = MakeScanner({{"reply_codes", "D4 D4 C4"}});
+  CScanner scanner = make_scanner({{"reply_codes", "D4 D4 C4"}});
   EXPECT_THAT(Codes(&scanner, 5), testing::ElementsAre("d4", "d4", "c4", "c4", "c4"));
 }
 
 TEST(Reply, CodesStartOverWhenTheyAreToldTo) {
-  CScanner scanner = MakeScanner({{"reply_codes", "D4 silence 7F"}, {"reply_codes_cycle", "yes"}});
+  CScanner scanner = make_scanner({{"reply_codes", "D4 silence 7F"}, {"reply_codes_cycle", "yes"}});
   EXPECT_THAT(Codes(&scanner, 5), testing::ElementsAre("d4", "silence", "7f", "d4", "silence"));
 }
 
 TEST(Reply, CarriesWrongSequenceBytesAlwaysOrAtFirst) {
-  CScanner scanner = MakeScanner({{"wrong_sequence", "yes"}});
+  CScanner scanner = make_scanner({{"wrong_sequence", "yes"}});
   for (int i = 0; i < 3; ++i) EXPECT_EQ(ReplyHex(Register(&scanner)).substr(24, 4), "c6cf");
-  scanner = MakeScanner({{"wrong_sequence", "2"}});
+  scanner = make_scanner({{"wrong_sequence", "2"}});
   EXPECT_EQ(ReplyHex(Register(&scanner)).substr(24, 4), "c6cf");
   EXPECT_EQ(ReplyHex(Register(&scanner)).substr(24, 4), "c6cf");
   EXPECT_EQ(ReplyHex(Register(&scanner)).substr(24, 4), "3930");
 }
 
 TEST(Reply, CarriesTheFieldsThatAreSet) {
-  CScanner scanner = MakeScanner({{"reply_signature", "MFPP0200ML02"},
-                                  {"reply_category", "32"},
-                                  {"reply_status", "07"},
-                                  {"reply_data", "aa bb"}});
+  CScanner scanner = make_scanner({{"reply_signature", "MFPP0200ML02"},
+                                   {"reply_category", "32"},
+                                   {"reply_status", "07"},
+                                   {"reply_data", "aa bb"}});
   EXPECT_EQ(ReplyHex(Register(&scanner)),
             Hex("4d 46 50 50 30 32 30 30 4d 4c 30 32 39 30 32 c4 02 07 00 00 aa bb"));
 }
 
 TEST(Reply, StatesTheLengthThatItIsToldTo) {
-  CScanner scanner = MakeScanner({{"reply_data", "aa"}, {"reply_length", "255"}});
+  CScanner scanner = make_scanner({{"reply_data", "aa"}, {"reply_length", "255"}});
   EXPECT_EQ(ReplyHex(Register(&scanner)),
             Hex(std::string(kSignature) + "39 30 31 c4 ff 00 00 00 aa"));
 }
 
 TEST(Reply, HasDataOfTheSizeThatIsSet) {
-  CScanner scanner = MakeScanner({{"reply_data_size", "300"}});
+  CScanner scanner = make_scanner({{"reply_data_size", "300"}});
   const Bytes reply = Register(&scanner).answer.value().bytes;
   ASSERT_EQ(reply.size(), 320U);
   EXPECT_EQ(reply[16], 300 - 256);
@@ -190,29 +180,29 @@ TEST(Reply, HasDataOfTheSizeThatIsSet) {
 }
 
 TEST(Reply, FollowsTheRulesForAnswers) {
-  CScanner scanner = MakeScanner({{"delay.register", "700"}, {"cut.register", "16"}});
+  CScanner scanner = make_scanner({{"delay.register", "700"}, {"cut.register", "16"}});
   const Reaction reaction = Register(&scanner);
   EXPECT_EQ(reaction.answer.value().delay, 700);
   EXPECT_EQ(reaction.answer->bytes.size(), 16U);
 }
 
 TEST(Reply, ToUnregisterIsSilenceUnlessSet) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(ReplyHex(Send(&scanner, Packet("05", kDesk42))), "silence");
-  scanner = MakeScanner({{"unregister_code", "C5"}});
+  scanner = make_scanner({{"unregister_code", "C5"}});
   EXPECT_EQ(ReplyHex(Send(&scanner, Packet("05", kDesk42))),
             Hex(std::string(kSignature) + "39 30 31 c5 00 00 00 00"));
 }
 
 TEST(Reply, ToAnUnknownCommandIsSilence) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(ReplyHex(Send(&scanner, Packet("04", kDesk42))), "silence");
 }
 
 // --- lists
 
 TEST(ComputerListing, AddsAComputerWhenItAccepts) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(List(scanner), "nobody");
   const Reaction reaction = Register(&scanner);
   EXPECT_TRUE(reaction.listChanged);
@@ -222,7 +212,7 @@ TEST(ComputerListing, AddsAComputerWhenItAccepts) {
 }
 
 TEST(ComputerListing, AddsNobodyWithAnyOtherCode) {
-  CScanner scanner = MakeScanner({{"reply_codes", "D4 7F silence"}});
+  CScanner scanner = make_scanner({{"reply_codes", "D4 7F silence"}});
   EXPECT_EQ(Register(&scanner).account,
             std::string("asked to list ") + kDesk42Text + ", answers D4 (not now)");
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(Register(&scanner).listChanged);
@@ -230,14 +220,14 @@ TEST(ComputerListing, AddsNobodyWithAnyOtherCode) {
 }
 
 TEST(ComputerListing, AddsNobodyWhenItDoesNotListen) {
-  CScanner scanner = MakeScanner({{"ignore_first.register", "1"}});
+  CScanner scanner = make_scanner({{"ignore_first.register", "1"}});
   EXPECT_FALSE(Register(&scanner).listChanged);
   EXPECT_EQ(List(scanner), "nobody");
   EXPECT_TRUE(Register(&scanner).listChanged);
 }
 
 TEST(ComputerListing, UpdatesTheComputerWithTheSameAddressInItsPlace) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   Register(&scanner);
   Send(&scanner, Packet("03", kDeskX));
   EXPECT_FALSE(Register(&scanner).listChanged) << "nothing new";
@@ -249,7 +239,7 @@ TEST(ComputerListing, UpdatesTheComputerWithTheSameAddressInItsPlace) {
 }
 
 TEST(ComputerListing, TakesTheComputerOffByItsAddress) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   Register(&scanner);
   Send(&scanner, Packet("03", kDeskX));
   Bytes renamed = Packet("05", kDesk42);
@@ -263,7 +253,7 @@ TEST(ComputerListing, TakesTheComputerOffByItsAddress) {
 }
 
 TEST(ComputerListing, KeepsTheComputerWhenItDoesNotListenToUnregister) {
-  CScanner scanner = MakeScanner({{"silent.unregister", "yes"}});
+  CScanner scanner = make_scanner({{"silent.unregister", "yes"}});
   Register(&scanner);
   const Reaction reaction = Send(&scanner, Packet("05", kDesk42));
   EXPECT_FALSE(reaction.listChanged);
@@ -273,7 +263,7 @@ TEST(ComputerListing, KeepsTheComputerWhenItDoesNotListenToUnregister) {
 }
 
 TEST(ComputerListing, StartsWithTheComputersOfTheScenario) {
-  CScanner scanner = MakeScanner(
+  CScanner scanner = make_scanner(
       {{"registered", "10.77.0.11 02:56:44:56:58:11 x; 10.77.0.12 02:00:00:00:00:01 y"}});
   EXPECT_EQ(List(scanner), "x (10.77.0.11, 02:56:44:56:58:11), y (10.77.0.12, 02:00:00:00:00:01)");
 }

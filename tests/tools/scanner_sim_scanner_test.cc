@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/scanner-sim/config_keys.h"
-#include "tools/scanner-sim/scanner.h"
+#include "tests/tools/scanner_sim_made.h"
 
 namespace {
 
@@ -15,16 +14,6 @@ const char kVendorOid[] = "1.3.6.1.4.1.731.1.2.1.1.0";
 const char kNameOid[] = "1.3.6.1.2.1.1.5.0";
 const char kMacOid[] = "1.3.6.1.2.1.2.2.1.6.1";
 const char kDiscoveryOid[] = "1.3.6.1.4.1.731.405.1.1.1.3";
-
-// A scanner with the usual settings and these.
-CScanner MakeScanner(const std::vector<std::pair<const char*, const char*>>& settings = {}) {
-  ScannerConfig config = usual_scanner(1);
-  config.address = parse_ipv4("10.77.0.101").value();
-  std::vector<Setting> list;
-  for (const auto& [key, value] : settings) list.push_back({key, key, value});
-  apply_settings(list, 1, &config);
-  return CScanner(config);
-}
 
 SnmpMessage Request(uint8_t pdu, const std::vector<const char*>& oids) {
   SnmpMessage request;
@@ -71,12 +60,12 @@ const char kModelAnswer[] =
     "04 05 54 35 35 5f 45";
 
 TEST(SnmpAnswer, GivesTheModel) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex(kModelAnswer));
 }
 
 TEST(SnmpAnswer, GivesTheVendor) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(AnswerHex(&scanner, kVendorOid), Hex("30 35"
                                                  "02 01 00"
                                                  "04 06 70 75 62 6c 69 63"
@@ -91,7 +80,7 @@ TEST(SnmpAnswer, GivesTheVendor) {
 }
 
 TEST(SnmpAnswer, GivesTheName) {
-  CScanner scanner = MakeScanner({{"name", "Reception"}});
+  CScanner scanner = make_scanner({{"name", "Reception"}});
   EXPECT_EQ(AnswerHex(&scanner, kNameOid), Hex("30 32"
                                                "02 01 00"
                                                "04 06 70 75 62 6c 69 63"
@@ -106,7 +95,7 @@ TEST(SnmpAnswer, GivesTheName) {
 }
 
 TEST(SnmpAnswer, GivesTheHardwareAddressMadeFromTheAddress) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(AnswerHex(&scanner, kMacOid), Hex("30 31"
                                               "02 01 00"
                                               "04 06 70 75 62 6c 69 63"
@@ -121,7 +110,7 @@ TEST(SnmpAnswer, GivesTheHardwareAddressMadeFromTheAddress) {
 }
 
 TEST(SnmpAnswer, GivesTheSuccessorOfTheSearchedObject) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(AnswerHex(&scanner, Request(kPduGetNext, {kDiscoveryOid})),
             Hex("30 31"
                 "02 01 00"
@@ -137,7 +126,7 @@ TEST(SnmpAnswer, GivesTheSuccessorOfTheSearchedObject) {
 }
 
 TEST(SnmpAnswer, SaysNoSuchNameForAnUnknownObjectAndRepeatsTheQuestion) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   EXPECT_EQ(AnswerHex(&scanner, "1.3.6.1.2.1.1.9.0"), Hex("30 29"
                                                           "02 01 00"
                                                           "04 06 70 75 62 6c 69 63"
@@ -152,7 +141,7 @@ TEST(SnmpAnswer, SaysNoSuchNameForAnUnknownObjectAndRepeatsTheQuestion) {
 }
 
 TEST(SnmpAnswer, NumbersTheMissingVariableOfSeveral) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   const Reaction reaction =
       Ask(&scanner, Request(kPduGet, {kModelOid, "1.3.6.1.2.1.1.9.0", kNameOid}));
   const SnmpMessage answer = decode_message(reaction.answer.value().bytes);
@@ -163,13 +152,13 @@ TEST(SnmpAnswer, NumbersTheMissingVariableOfSeveral) {
 }
 
 TEST(SnmpAnswer, GivesSeveralVariablesInTheOrderOfTheQuestion) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   const Reaction reaction = Ask(&scanner, Request(kPduGet, {kNameOid, kModelOid}));
   EXPECT_EQ(reaction.answer.value().text, "Reception, T55_E");
 }
 
 TEST(SnmpAnswer, WalksThroughAllObjectsByGetNextAndEndsWithNoSuchName) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   std::string oid = "1.3";
   std::vector<std::string> seen;
   for (int i = 0; i < 20; ++i) {
@@ -185,9 +174,9 @@ TEST(SnmpAnswer, WalksThroughAllObjectsByGetNextAndEndsWithNoSuchName) {
 }
 
 TEST(SnmpAnswer, SaysTooBigWhenTheShortFormHasNoRoom) {
-  CScanner scanner = MakeScanner({{"name",
-                                   "A name of sixty characters, which is too long for two "
-                                   "of it 12"}});
+  CScanner scanner = make_scanner({{"name",
+                                    "A name of sixty characters, which is too long for two "
+                                    "of it 12"}});
   const Reaction reaction = Ask(&scanner, Request(kPduGet, {kNameOid, kNameOid}));
   const SnmpMessage answer = decode_message(reaction.answer.value().bytes);
   EXPECT_EQ(answer.errorStatus, 1);
@@ -197,13 +186,13 @@ TEST(SnmpAnswer, SaysTooBigWhenTheShortFormHasNoRoom) {
 }
 
 TEST(SnmpAnswer, IsSilenceWhenNotEvenTooBigFits) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   const std::vector<const char*> many(12, kModelOid);
   EXPECT_EQ(AnswerHex(&scanner, Request(kPduGet, many)), "silence");
 }
 
 TEST(SnmpAnswer, IsSilenceForOtherVersionsCommunitiesAndPdus) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   SnmpMessage request = Request(kPduGet, {kModelOid});
   request.version = 1;
   EXPECT_EQ(AnswerHex(&scanner, request), "silence");
@@ -215,7 +204,7 @@ TEST(SnmpAnswer, IsSilenceForOtherVersionsCommunitiesAndPdus) {
 }
 
 TEST(SnmpAnswer, CarriesTheCommunityOfTheQuestion) {
-  CScanner scanner = MakeScanner({{"community", ""}});
+  CScanner scanner = make_scanner({{"community", ""}});
   SnmpMessage request = Request(kPduGet, {kModelOid});
   request.community = "abc";
   EXPECT_EQ(decode_message(Ask(&scanner, request).answer.value().bytes).community, "abc");
@@ -224,13 +213,13 @@ TEST(SnmpAnswer, CarriesTheCommunityOfTheQuestion) {
 // --- answers by the rules
 
 TEST(Rules, MakeOneQuestionSilentAndLeaveTheOthers) {
-  CScanner scanner = MakeScanner({{"silent.vendor", "yes"}});
+  CScanner scanner = make_scanner({{"silent.vendor", "yes"}});
   EXPECT_EQ(AnswerHex(&scanner, kVendorOid), "silence");
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex(kModelAnswer));
 }
 
 TEST(Rules, IgnoreTheFirstQuestionsOfAKind) {
-  CScanner scanner = MakeScanner({{"ignore_first.model", "2"}});
+  CScanner scanner = make_scanner({{"ignore_first.model", "2"}});
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), "silence");
   EXPECT_NE(AnswerHex(&scanner, kVendorOid), "silence");
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), "silence");
@@ -238,10 +227,10 @@ TEST(Rules, IgnoreTheFirstQuestionsOfAKind) {
 }
 
 TEST(Rules, SetDelayCopiesAndSender) {
-  CScanner scanner = MakeScanner({{"delay", "1500"},
-                                  {"copies.model", "3"},
-                                  {"copy_gap", "20"},
-                                  {"answer_from.model", "10.77.0.250"}});
+  CScanner scanner = make_scanner({{"delay", "1500"},
+                                   {"copies.model", "3"},
+                                   {"copy_gap", "20"},
+                                   {"answer_from.model", "10.77.0.250"}});
   const Reaction reaction = Ask(&scanner, kModelOid);
   EXPECT_EQ(reaction.answer.value().delay, 1500);
   EXPECT_EQ(reaction.answer->copies, 3);
@@ -253,8 +242,9 @@ TEST(Rules, SetDelayCopiesAndSender) {
 
 TEST(Rules, DrawTheDelayFromItsRangeAlikeInEveryRun) {
   const auto delays = [] {
-    CScanner scanner = MakeScanner({{"delay", "100-900"}, {"seed", "5"}});
+    CScanner scanner = make_scanner({{"delay", "100-900"}, {"seed", "5"}});
     std::vector<int> drawn;
+    drawn.reserve(50);
     for (int i = 0; i < 50; ++i) drawn.push_back(Ask(&scanner, kModelOid).answer.value().delay);
     return drawn;
   };
@@ -264,7 +254,7 @@ TEST(Rules, DrawTheDelayFromItsRangeAlikeInEveryRun) {
 }
 
 TEST(Rules, SetTheErrorStatusAndIndex) {
-  CScanner scanner = MakeScanner({{"error_status.model", "5"}, {"error_index.vendor", "7"}});
+  CScanner scanner = make_scanner({{"error_status.model", "5"}, {"error_index.vendor", "7"}});
   SnmpMessage answer = decode_message(Ask(&scanner, kModelOid).answer.value().bytes);
   EXPECT_EQ(answer.errorStatus, 5);
   EXPECT_EQ(answer.errorIndex, 1);
@@ -275,11 +265,11 @@ TEST(Rules, SetTheErrorStatusAndIndex) {
 }
 
 TEST(Rules, SetTheHeadOfTheAnswer) {
-  CScanner scanner = MakeScanner({{"answer_version", "1"},
-                                  {"answer_community", "other"},
-                                  {"answer_request_id", "wrong"},
-                                  {"answer_pdu", "A1"},
-                                  {"answer_bindings", "2"}});
+  CScanner scanner = make_scanner({{"answer_version", "1"},
+                                   {"answer_community", "other"},
+                                   {"answer_request_id", "wrong"},
+                                   {"answer_pdu", "A1"},
+                                   {"answer_bindings", "2"}});
   SnmpMessage answer = decode_message(Ask(&scanner, kModelOid).answer.value().bytes);
   EXPECT_EQ(answer.version, 1);
   EXPECT_EQ(answer.community, "other");
@@ -289,7 +279,7 @@ TEST(Rules, SetTheHeadOfTheAnswer) {
 }
 
 TEST(Rules, SetAFixedRequestIdAndAnEmptyList) {
-  CScanner scanner = MakeScanner({{"answer_request_id", "-1"}, {"answer_bindings", "0"}});
+  CScanner scanner = make_scanner({{"answer_request_id", "-1"}, {"answer_bindings", "0"}});
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex("30 18"
                                                 "02 01 00"
                                                 "04 06 70 75 62 6c 69 63"
@@ -301,14 +291,14 @@ TEST(Rules, SetAFixedRequestIdAndAnEmptyList) {
 }
 
 TEST(Rules, SetTheFormOfASingleLength) {
-  CScanner scanner = MakeScanner({{"length_form.model", "list:byte80"}});
+  CScanner scanner = make_scanner({{"length_form.model", "list:byte80"}});
   std::string expected = Hex(kModelAnswer);
   expected.replace(expected.find("3017"), 4, "3080");
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), expected);
 }
 
 TEST(Rules, SetTheFormOfAllLengths) {
-  CScanner scanner = MakeScanner({{"length_form.model", "long1"}});
+  CScanner scanner = make_scanner({{"length_form.model", "long1"}});
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex("30 81 3c"
                                                 "02 81 01 00"
                                                 "04 81 06 70 75 62 6c 69 63"
@@ -324,15 +314,15 @@ TEST(Rules, SetTheFormOfAllLengths) {
 
 TEST(Rules, SendALongTextInTheMinimalForm) {
   const std::string text(200, 'n');
-  CScanner scanner = MakeScanner({{"name", text.c_str()}, {"length_form.name", "minimal"}});
+  CScanner scanner = make_scanner({{"name", text}, {"length_form.name", "minimal"}});
   const Reaction reaction = Ask(&scanner, kNameOid);
   EXPECT_EQ(to_hex(reaction.answer.value().bytes).substr(0, 6), "3081f5");
   EXPECT_EQ(reaction.answer->text, text);
 }
 
 TEST(Rules, GiveOtherValuesForUsualObjectsAndTakeThemAway) {
-  CScanner scanner = MakeScanner({{"object.1.3.6.1.4.1.731.1.2.1.2.0", "int:-129"},
-                                  {"object.1.3.6.1.4.1.731.1.2.1.1.0", "none"}});
+  CScanner scanner = make_scanner({{"object.1.3.6.1.4.1.731.1.2.1.2.0", "int:-129"},
+                                   {"object.1.3.6.1.4.1.731.1.2.1.1.0", "none"}});
   EXPECT_EQ(Ask(&scanner, kModelOid).answer.value().text, "-129");
   EXPECT_EQ(Ask(&scanner, kVendorOid).answer.value().text, "error 2 (no such name)");
 }
@@ -340,7 +330,7 @@ TEST(Rules, GiveOtherValuesForUsualObjectsAndTakeThemAway) {
 // --- spoilt bytes
 
 std::string SpoiltModel(const char* key, const char* value) {
-  CScanner scanner = MakeScanner({{key, value}});
+  CScanner scanner = make_scanner({{key, value}});
   return AnswerHex(&scanner, kModelOid);
 }
 
@@ -352,7 +342,7 @@ TEST(Spoiling, ReplacesTheAnswer) {
 TEST(Spoiling, SetsBytesInsideTheAnswerOnly) {
   std::string expected = Hex(kModelAnswer);
   expected.replace(0, 2, "ff");
-  expected.replace(51 * 2, 2, "46");
+  expected.replace(102, 2, "46");
   EXPECT_EQ(SpoiltModel("set_byte", "0:ff 51:46 52:00"), expected);
 }
 
@@ -373,7 +363,7 @@ TEST(Spoiling, CutsFromEitherEnd) {
 }
 
 TEST(Spoiling, CutsEachAnswerOneByteLater) {
-  CScanner scanner = MakeScanner({{"cut.model", "each"}});
+  CScanner scanner = make_scanner({{"cut.model", "each"}});
   const std::string whole = Hex(kModelAnswer);
   for (size_t kept = 0; kept < 52; ++kept)
     EXPECT_EQ(AnswerHex(&scanner, kModelOid), whole.substr(0, kept * 2));
@@ -381,7 +371,7 @@ TEST(Spoiling, CutsEachAnswerOneByteLater) {
 }
 
 TEST(Spoiling, CutsAtRandomButAlways) {
-  CScanner scanner = MakeScanner({{"cut.model", "random"}});
+  CScanner scanner = make_scanner({{"cut.model", "random"}});
   const std::string whole = Hex(kModelAnswer);
   for (int i = 0; i < 200; ++i) {
     const std::string cut = AnswerHex(&scanner, kModelOid);
@@ -391,7 +381,7 @@ TEST(Spoiling, CutsAtRandomButAlways) {
 }
 
 TEST(Spoiling, CorruptsAByteToAnotherValue) {
-  CScanner scanner = MakeScanner({{"corrupt.model", "1"}});
+  CScanner scanner = make_scanner({{"corrupt.model", "1"}});
   const Bytes whole = from_hex(kModelAnswer).value();
   for (int i = 0; i < 200; ++i) {
     const Bytes bytes = Ask(&scanner, kModelOid).answer.value().bytes;
@@ -404,8 +394,9 @@ TEST(Spoiling, CorruptsAByteToAnotherValue) {
 
 TEST(Spoiling, SendsRandomBytesAlikeInEveryRunWithTheSameSeed) {
   const auto answers = [](const char* seed) {
-    CScanner scanner = MakeScanner({{"random_answer", "10-12"}, {"seed", seed}});
+    CScanner scanner = make_scanner({{"random_answer", "10-12"}, {"seed", seed}});
     std::vector<std::string> all;
+    all.reserve(20);
     for (int i = 0; i < 20; ++i) all.push_back(AnswerHex(&scanner, kModelOid));
     return all;
   };
@@ -418,11 +409,11 @@ TEST(Spoiling, SendsRandomBytesAlikeInEveryRunWithTheSameSeed) {
 }
 
 TEST(Spoiling, IsNamedInTheAccount) {
-  CScanner scanner = MakeScanner({{"length_form", "minimal"},
-                                  {"set_byte", "0:ff"},
-                                  {"append", "01"},
-                                  {"pad_to", "60"},
-                                  {"cut", "20"}});
+  CScanner scanner = make_scanner({{"length_form", "minimal"},
+                                   {"set_byte", "0:ff"},
+                                   {"append", "01"},
+                                   {"pad_to", "60"},
+                                   {"cut", "20"}});
   const Reaction reaction = Ask(&scanner, kModelOid);
   EXPECT_THAT(
       reaction.answer.value().changes,
@@ -436,7 +427,7 @@ TEST(Spoiling, IsNamedInTheAccount) {
 // --- accounts
 
 TEST(Account, SaysInWordsWhatWasAskedAndAnswered) {
-  CScanner scanner = MakeScanner({{"silent.name", "yes"}});
+  CScanner scanner = make_scanner({{"silent.name", "yes"}});
   EXPECT_EQ(Ask(&scanner, kModelOid).account, "asked for its model, answers T55_E");
   EXPECT_EQ(Ask(&scanner, kVendorOid).account, "asked for its vendor, answers Veltrana");
   EXPECT_EQ(Ask(&scanner, kNameOid).account, "asked for its name, stays silent");
@@ -453,7 +444,7 @@ TEST(Account, SaysInWordsWhatWasAskedAndAnswered) {
 }
 
 TEST(Account, SaysWhatIsWrongWithAnUnknownDatagram) {
-  CScanner scanner = MakeScanner();
+  CScanner scanner = make_scanner();
   const Bytes bytes = {'h', 'e', 'l', 'l', 'o'};
   const Reaction reaction = scanner.Take(understand(Protocol::kSnmp, bytes), bytes.size());
   EXPECT_FALSE(reaction.answer);

@@ -41,6 +41,7 @@ class Scenario : public testing::Test {
 
 std::vector<std::string> Addresses(const std::vector<ScannerConfig>& scanners) {
   std::vector<std::string> addresses;
+  addresses.reserve(scanners.size());
   for (const ScannerConfig& scanner : scanners) addresses.push_back(ipv4_text(scanner.address));
   return addresses;
 }
