@@ -2,10 +2,9 @@
 #include "ui/dlg_search.h"
 
 #include <gtk/gtk.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <ctime>
 #include <mutex>
 #include <utility>
 
@@ -22,7 +21,7 @@ constexpr unsigned short kStrSearching = 311;
 
 constexpr int kFinished = 1;
 constexpr int kCancelled = 2;
-constexpr time_t kPauseSeconds = 1;
+constexpr gint64 kPauseMicroseconds = 1000000;
 
 struct FreeMemory {
   void operator()(MACHINEINFO* machines) const { free(machines); }
@@ -72,10 +71,11 @@ void StoreResult(SearchState* state, Machines machines, int count) {
   state->count = count;
 }
 
-// A cancellation point.
+// Lets a second pass, also when signals interrupt it. A cancellation point.
 void Pause() {
-  timespec left = {kPauseSeconds, 0};
-  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  const gint64 end = g_get_monotonic_time() + kPauseMicroseconds;
+  for (gint64 left = kPauseMicroseconds; left > 0; left = end - g_get_monotonic_time()) {
+    usleep(static_cast<useconds_t>(left));
   }
 }
 
