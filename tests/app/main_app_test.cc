@@ -17,11 +17,9 @@
 
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using namespace ui_test;
 
 xApp* instance_before_tests = nullptr;
@@ -239,6 +237,7 @@ class Program {
   Program(const std::string& path, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), path);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     m_iPid = fork();

@@ -1,5 +1,5 @@
 // An application object that makes no window, for programs around the real main function. Built
-// with SMALL_APP_RESULT, what its InitInstance returns.
+// with SMALL_APP_SUCCEEDS, 0 for one whose InitInstance fails.
 #include <cstdio>
 
 #include "app/app_frame.h"
@@ -10,7 +10,7 @@ class SmallApp : public xApp {
  public:
   int InitInstance() override {
     fputs("InitInstance\n", stderr);
-    return SMALL_APP_RESULT;
+    return SMALL_APP_SUCCEEDS != 0 ? -1 : 0;
   }
   void ExitInstance() override { fputs("ExitInstance\n", stderr); }
 };

@@ -51,11 +51,8 @@ passwd* __wrap_getpwuid(uid_t uid) { return other_user ? user_entry : __real_get
 
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::StartsWith;
 using namespace ui_test;
 
