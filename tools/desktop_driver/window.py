@@ -120,6 +120,11 @@ class Control:
         """Replaces an entry's text, through the entry's own input handling."""
         self.accessible.queryEditableText().setTextContents(text)
 
+    def grab_focus(self):
+        """Gives it the keyboard, within its window."""
+        self.accessible.queryComponent().grabFocus()
+        wait_until(lambda: self.focused, f"{self!r} to have the keyboard")
+
     def select_page(self, index):
         """Makes a page of a notebook (role "page tab list") the current one."""
         self.accessible.querySelection().selectChild(index)
