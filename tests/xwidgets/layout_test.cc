@@ -53,6 +53,10 @@ guint Mnemonic(const xLabel& label) {
   return gtk_label_get_mnemonic_keyval(GTK_LABEL(label.GetWidget()));
 }
 
+bool HasMnemonic(const xLabel& label) {
+  return gtk_label_get_use_underline(GTK_LABEL(label.GetWidget())) != 0;
+}
+
 const char* ShownText(const xLabel& label) {
   return gtk_label_get_text(GTK_LABEL(label.GetWidget()));
 }
@@ -311,6 +315,7 @@ TEST(Table, SetsTheGapAfterOneRowOrAfterAll) {
   EXPECT_EQ(6U, gtk_table_get_row_spacing(widget, 3));
   table.SetRowSpacing(0, 1);
   EXPECT_EQ(1U, gtk_table_get_row_spacing(widget, 0));
+  EXPECT_EQ(6U, gtk_table_get_row_spacing(widget, 1));
   EXPECT_EQ(0U, gtk_table_get_col_spacing(widget, 0)) << "columns are not meant";
 }
 
@@ -426,12 +431,14 @@ TEST(Label, WithAnUnderscoreGetsAMnemonicAndWithoutItIsShownLiterally) {
   const Held held(label);
   EXPECT_STREQ("Save to:", ShownText(label));
   EXPECT_EQ(guint{GDK_t}, Mnemonic(label));
+  EXPECT_TRUE(HasMnemonic(label));
   EXPECT_EQ(&parent, ParentOf(label));
   EXPECT_EQ(31U, IdOf(label));
   xLabel plain("Save to:", 0.0F, 0.5F, nullptr, 1);
   const Held heldPlain(plain);
   EXPECT_STREQ("Save to:", ShownText(plain));
   EXPECT_EQ(guint{GDK_VoidSymbol}, Mnemonic(plain));
+  EXPECT_FALSE(HasMnemonic(plain));
 }
 
 TEST(Label, FollowsTheSameRuleWhenItsTextIsChanged) {
@@ -440,9 +447,11 @@ TEST(Label, FollowsTheSameRuleWhenItsTextIsChanged) {
   label.SetWindowText("P_C name");
   EXPECT_STREQ("PC name", ShownText(label));
   EXPECT_EQ(guint{GDK_c}, Mnemonic(label));
+  EXPECT_TRUE(HasMnemonic(label));
   label.SetWindowText("no mark <b>&");
   EXPECT_STREQ("no mark <b>&", ShownText(label));
   EXPECT_EQ(guint{GDK_VoidSymbol}, Mnemonic(label));
+  EXPECT_FALSE(HasMnemonic(label));
 }
 
 TEST(Label, TakesANullTextAsEmpty) {
