@@ -48,7 +48,7 @@ function(veltrana_test name)
   target_link_libraries(${name} PRIVATE
     $<LINK_LIBRARY:WHOLE_ARCHIVE,${ARG_LIBRARY}> ${ARG_LINKS} GTest::gtest_main GTest::gmock)
   # The code under test is built as it ships; optimising the tests too doubles the time to build.
-  target_compile_options(${name} PRIVATE -O0)
+  target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0>)
   target_compile_definitions(${name} PRIVATE
     VELTRANA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VELTRANA_BINARY_DIR="${CMAKE_BINARY_DIR}")
   set(results ${CMAKE_BINARY_DIR}/test-results)
