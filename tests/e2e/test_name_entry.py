@@ -26,14 +26,6 @@ def host_name():
     socket.sethostname("lab-desk")
 
 
-@pytest.fixture
-def debug_lines():
-    """Switches the debug log to standard error."""
-    switch = program.SHARE / "bin" / "VeltranaDVXTools.err"
-    switch.parent.mkdir(parents=True)
-    switch.touch()
-
-
 class Keyboard:
     """Types into the window's entries."""
 

@@ -30,6 +30,20 @@ def scan_folder():
     return home() / "Veltrana" / "DVX" / "Scan"
 
 
+def install_language(folder, content):
+    """Installs a language file in a folder of the data folder."""
+    path = SHARE / "data" / folder / "DVXTOOLS.RCT"
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_bytes(content if isinstance(content, bytes) else content.encode())
+
+
+def switch_debug_on(kind):
+    """Makes the switch file for the debug log: "err" for standard error, "log" for the file."""
+    switch = SHARE / "bin" / f"VeltranaDVXTools.{kind}"
+    switch.parent.mkdir(parents=True, exist_ok=True)
+    switch.touch()
+
+
 class Program:
     """A run of the program. Use it in a with statement: it never outlives the block.
 
