@@ -2,13 +2,15 @@
 #include "ui/entry_no_wide.h"
 
 #include <X11/XKBlib.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "tests/support/gtk_test.h"
 
 // After the header above, which puts away the macros of Xlib that get in the way.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -351,23 +353,55 @@ TEST_F(FilteredEntry, OnlyTheGivenLengthOfALongerTextCounts) {
   EXPECT_EQ(0, m_Bells.Take());
 }
 
+// Bytes at the very end of readable memory: a read behind them ends the program.
+class LastBytes {
+ public:
+  explicit LastBytes(const std::string& bytes)
+      : m_nPage(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+        m_pPages(mmap(nullptr, 2 * m_nPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1,
+                      0)) {
+    char* end = static_cast<char*>(m_pPages) + m_nPage;
+    mprotect(end, m_nPage, PROT_NONE);
+    m_pBytes = end - bytes.size();
+    std::memcpy(m_pBytes, bytes.data(), bytes.size());
+  }
+  ~LastBytes() { munmap(m_pPages, 2 * m_nPage); }
+  LastBytes(const LastBytes&) = delete;
+  LastBytes& operator=(const LastBytes&) = delete;
+  const char* Get() const { return m_pBytes; }
+
+ private:
+  std::size_t m_nPage;
+  void* m_pPages;
+  char* m_pBytes;
+};
+
 TEST_F(FilteredEntry, ATextNeedsNoEndBehindItsLength) {
   m_Entry->SetInputRule(0x1020, kNameSet);
-  for (const char* text : {"a/b", "abc", "\xC3\xA9q"}) {
-    char* unterminated = static_cast<char*>(std::malloc(3));
-    std::memcpy(unterminated, text, 3);
+  for (const std::string text : {"a/b", "abc", "\xC3\xA9q", "ab\xE9"}) {
+    const LastBytes bytes(text);
+    const gtk_test::Warnings warnings;  // there is no emission to stop
     const DebugLines lines;
     int position = 0;
-    m_Entry->SetWindowText("");
-    gtk_editable_insert_text(Editable(), unterminated, 3, &position);
-    EXPECT_THAT(lines.All(), ::testing::Contains(std::string("[OnInsertText(300)]: "
-                                                             "xEntryNoWide::OnInsertText("
-                                                             "new_text = '") +
-                                                 text + "', len = 3, pos = 0)\n"));
-    std::free(unterminated);
+    m_Entry->OnInsertText(bytes.Get(), 3, &position);
+    EXPECT_EQ("[OnInsertText(300)]: xEntryNoWide::OnInsertText(new_text = '" + text +
+                  "', len = 3, pos = 0)\n",
+              lines.All().front());
   }
-  EXPECT_EQ("", Text());
-  EXPECT_EQ(2, m_Bells.Take());
+  EXPECT_EQ("ab", Text());
+  EXPECT_EQ(3, m_Bells.Take());
+}
+
+TEST_F(FilteredEntry, ATextOfLengthMinusOneIsReadToItsEndOnly) {
+  const LastBytes bytes(std::string("a\xF0\0", 3));
+  const gtk_test::Warnings warnings;
+  const DebugLines lines;
+  int position = 0;
+  m_Entry->OnInsertText(bytes.Get(), -1, &position);
+  EXPECT_THAT(lines.All(),
+              ElementsAre("[OnInsertText(300)]: xEntryNoWide::OnInsertText(new_text = 'a\xF0', "
+                          "len = -1, pos = 0)\n"));
+  EXPECT_EQ(1, m_Bells.Take());
 }
 
 // --- Debug lines and handlers ------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -703,9 +704,9 @@ class Picture {
 
   // The sum of a pixel's red, green and blue, 0 for black.
   int Brightness(int x, int y) const {
-    const guchar* pixel = gdk_pixbuf_get_pixels(m_pPixels) +
-                          y * gdk_pixbuf_get_rowstride(m_pPixels) +
-                          x * gdk_pixbuf_get_n_channels(m_pPixels);
+    const std::ptrdiff_t offset = std::ptrdiff_t{y} * gdk_pixbuf_get_rowstride(m_pPixels) +
+                                  std::ptrdiff_t{x} * gdk_pixbuf_get_n_channels(m_pPixels);
+    const guchar* pixel = gdk_pixbuf_get_pixels(m_pPixels) + offset;
     return pixel[0] + pixel[1] + pixel[2];
   }
   bool BorderIsBlack() const {
