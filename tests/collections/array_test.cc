@@ -341,6 +341,15 @@ TYPED_TEST(ArrayTest, CopyOfItselfDoesNothing) {
   EXPECT_EQ(array.m_nMaxSize, 3);
 }
 
+TYPED_TEST(ArrayTest, CopyOfItselfWithoutElementsKeepsTheStorage) {
+  OpenedArray<TypeParam> array;
+  this->Fill(array, {1, 2, 3});
+  array.RemoveAt(0, 3);
+  array.Copy(array);
+  EXPECT_EQ(array.m_nMaxSize, 3);
+  EXPECT_NE(array.m_pData, nullptr);
+}
+
 TYPED_TEST(ArrayTest, CopyOfAnEmptyArrayReleasesTheStorage) {
   OpenedArray<TypeParam> array;
   this->Fill(array, {1, 2, 3});
@@ -529,6 +538,7 @@ TEST(ObArray, BadArgumentsThrowBeforeAnythingIsChanged) {
   array.SetAt(3, &g_objects[1]);
   OpenedArray<CObArray> other;
   other.SetSize(1, -1);
+  CObArray empty;
   const std::vector<std::function<void()>> calls = {
       [&] { array.SetSize(-1, 7); },
       [&] { array.SetSize(5, INT_MAX); },
@@ -542,6 +552,7 @@ TEST(ObArray, BadArgumentsThrowBeforeAnythingIsChanged) {
       [&] { array.InsertAt(INT_MAX, nullptr, 1); },
       [&] { array.InsertAt(0, nullptr); },
       [&] { array.InsertAt(-1, &other); },
+      [&] { array.InsertAt(-1, &empty); },
       [&] { array.InsertAt(INT_MAX, &other); },
       [&] { array.RemoveAt(-1, 1); },
       [&] { array.RemoveAt(0, -1); },
