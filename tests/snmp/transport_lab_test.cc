@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "snmp/request.h"
 #include "snmp/transport.h"
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/fake_network.h"
@@ -146,6 +147,33 @@ TEST(CommandPort, Is3892AlsoWhenSetTo0) {
 TEST(CommandPort, WhetherTheDatagramLeftIsNotLookedAt) {
   const unsigned char byte = 0;
   EXPECT_EQ(0, udp_send("255.255.255.255", 3, &byte, 1));
+}
+
+// Runs `test` on a thread that has no network at all, where nothing can be sent.
+void WithoutNetwork(const std::function<void()>& test) {
+  std::thread([&] {
+    ASSERT_EQ(0, unshare(CLONE_NEWNET));
+    test();
+  }).join();
+}
+
+// Every wait runs as long as if the datagram had left: a start without a network takes its second.
+TEST(FailedSend, IsNotNoticedAndTheWaitRuns) {
+  WithoutNetwork([] {
+    const unsigned char question[] = {0x30, 0x00};
+    unsigned char answer[4];
+    int length = 4;
+    EXPECT_EQ(0, udp_send("10.77.0.64", 1, question, 2));
+    const Stopwatch command;
+    EXPECT_EQ(-3, udp_send_rev("10.77.0.64", 1, question, 2, answer, &length));
+    EXPECT_GE(command.Seconds(), 0.95);
+    const Stopwatch one;
+    EXPECT_EQ(nullptr, PacketDataListPtr(net_send_rev("10.77.0.64", 1, question, 2)));
+    EXPECT_GE(one.Seconds(), 0.95);
+    const Stopwatch many;
+    EXPECT_EQ(nullptr, PacketDataListPtr(multi_snmp_send_rev("255.255.255.255", 1, question, 2)));
+    EXPECT_GE(many.Seconds(), 0.95);
+  });
 }
 
 }  // namespace
