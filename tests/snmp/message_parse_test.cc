@@ -243,6 +243,15 @@ TEST(SnmpParse, RefusesALongFormOfTheMessage) {
   EXPECT_EQ(Parse("30 80" + contents + "00 00"), nullptr);
 }
 
+// Its message and its bindings state their lengths in two bytes, which read as 0.
+TEST(SnmpParse, RefusesTheProgramsOwnRequests) {
+  const std::string contents =
+      "02 01 00 04 06 70 75 62 6C 69 63 A0 1E 02 04 12 34 56 78 02 01 00 02 01 00"
+      "30 10 30 82 00 0C 06 08 2B 06 01 02 01 01 05 00 05 00";
+  EXPECT_EQ(Parse("30 82 00 2B" + contents), nullptr);
+  EXPECT_EQ(Parse("30 2B" + contents), nullptr);
+}
+
 TEST(SnmpParse, TakesALongFormOfFiveToEightBytesByItsFirst) {
   const std::string contents = "02 01 00" + kPublic + ResponsePdu(Binding("05 00"));
   EXPECT_NE(Parse("30 85 29 00 00 00 00" + contents), nullptr);
