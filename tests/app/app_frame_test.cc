@@ -169,6 +169,20 @@ TEST_F(AppFrameTest, StartInitialisesGtkAndReturnsTheResultOfInitInstance) {
   }
 }
 
+TEST_F(AppFrameTest, StartPassesOnWhatInitInstanceThrows) {
+  class ThrowingApp : public xApp {
+   public:
+    int InitInstance() override { throw "Invalid Arg!"; }
+  };
+  ThrowingApp app;
+  try {
+    app.Start(0, nullptr);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const char* text) {
+    EXPECT_STREQ("Invalid Arg!", text);
+  }
+}
+
 TEST_F(AppFrameTest, GtkConsumesItsOptionsButTheCallersArgumentsStayAsTheyWere) {
   EXPECT_STREQ("FromTheOption", gdk_get_program_class());
   EXPECT_STREQ("from-the-option", g_get_prgname());
