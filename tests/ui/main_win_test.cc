@@ -173,6 +173,18 @@ TEST_F(MainWinTest, HoldsTheNotebookAboveTheRowOfButtons) {
   EXPECT_EQ(int{GTK_PACK_END}, gtk_test::ChildProperty(VBox(), Row(), "pack-type"));
 }
 
+TEST_F(MainWinTest, BoxesAndPaneAreHeldByTheWindowAlone) {
+  CreateWindow();
+  for (GtkWidget* widget : {VBox(), Paned(), Row(), ButtonBox()}) {
+    EXPECT_EQ(1U, G_OBJECT(widget)->ref_count) << G_OBJECT_TYPE_NAME(widget);
+  }
+}
+
+TEST_F(MainWinTest, HasNoIcon) {
+  OpenWindow();
+  EXPECT_EQ(nullptr, gtk_window_get_icon(GTK_WINDOW(Window().GetWidget())));
+}
+
 TEST_F(MainWinTest, ButtonsStandAtTheEndInTheOrderApplyOKCancel) {
   CreateWindow();
   ASSERT_TRUE(GTK_IS_HBUTTON_BOX(ButtonBox()));
