@@ -666,6 +666,16 @@ TEST_F(TabNetworkTest, AFinishedSearchWithoutADeviceEmptiesTheList) {
   EXPECT_EQ(0, Network().*TabNetwork::Count);
 }
 
+TEST_F(TabNetworkTest, AFinishedSearchLeavesAnArrayWithoutACountAlone) {
+  OpenWindowWith(kTwoDevices);
+  MACHINEINFO* machines = Network().*TabNetwork::Machines;
+  Network().*TabNetwork::Count = 0;
+  RunSearch(WaitForTheEnd);
+  EXPECT_NE(machines, Network().*TabNetwork::Machines);
+  EXPECT_STREQ("Veltrana T55", machines[0].szModelName);
+  free(machines);
+}
+
 TEST_F(TabNetworkTest, ASearchAfterAnEmptyOneFillsTheListAgain) {
   OpenWindow();
   fake_scanners::SetDevices(kTwoDevices);
