@@ -52,6 +52,10 @@ std::atomic<int> nodes{0};
 // When set, conversions leave an answer record without slots.
 bool no_slots = false;
 
+// Type and value length of the slot that was converted last.
+int sent_type = -1;
+int sent_length = -1;
+
 bool IsDue(int* countdown) { return *countdown > 0 && --*countdown == 0; }
 
 }  // namespace
@@ -66,6 +70,8 @@ int __real__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(const snmp_pdu*
                                                                  snmp_simple_pdu* simple);
 int __wrap__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(const snmp_pdu* standard,
                                                                  snmp_simple_pdu* simple);
+snmp_pdu* __real__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
+snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
 void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 }
@@ -86,6 +92,12 @@ int __wrap__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(const snmp_pdu*
   const int result = __real__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(standard, simple);
   if (no_slots) simple->variable_count = 0;
   return result;
+}
+
+snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple) {
+  sent_type = simple->variables[0].type;
+  sent_length = simple->variables[0].value_length;
+  return __real__Z20snmp_simple2standardP15snmp_simple_pdu(simple);
 }
 
 void* __wrap_calloc(size_t count, size_t size) {
@@ -234,6 +246,17 @@ TEST_F(RequestTest, CommunityIsSent) {
   EXPECT_EQ("30 82 00 28 02 01 00 04 03 61 62 63 A1 1E", Part(device.Log()[1].bytes, 0, 14));
   EXPECT_EQ("30 82 00 2B 02 01 00 04 06 70 75 62 6C 69 63 A0 1E",
             Part(device.Log()[2].bytes, 0, 17));
+}
+
+TEST_F(RequestTest, OnlyAGetStatesTheRoomForItsValue) {
+  Host device(Office(kDevice, 161), Always(Hex(kPrinterAnswer)));
+  EXPECT_EQ(0, Get("1.3.6.1.2.1.1.5.0", 20));
+  EXPECT_EQ(0x05, sent_type);
+  EXPECT_EQ(20, sent_length);
+  EXPECT_EQ(0, GetNext("1.3.6.1.2.1.1.5"));
+  EXPECT_EQ(0, snmp_memory_free(&m_Next));
+  EXPECT_EQ(0, sent_type);
+  EXPECT_EQ(0, sent_length);
 }
 
 TEST_F(RequestTest, OverlongCommunityAndNameAreCutToTheirFields) {
