@@ -33,9 +33,11 @@ class Scenario : public testing::Test {
     return "accepted";
   }
 
-  void SetUp() override { m_Request.file = private_file(".conf"); }
-  void TearDown() override { std::remove(m_Request.file.c_str()); }
+  void SetUp() override { m_Request.file = m_sFile; }
+  void TearDown() override { std::remove(m_sFile.c_str()); }
 
+  // Tests may ask for another file or none.
+  const std::string m_sFile = private_file(".conf");
   ScenarioRequest m_Request;
 };
 
@@ -247,7 +249,6 @@ TEST_F(Scenario, ReadyMadeScenariosAreGood) {
         std::string(VELTRANA_SOURCE_DIR "/tools/scanner-sim/scenarios/") + name + ".conf";
     EXPECT_GE(make_scanners(m_Request).size(), 6U) << name;
   }
-  m_Request.file = private_file(".none");
 }
 
 // --- mistakes

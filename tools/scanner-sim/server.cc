@@ -286,7 +286,9 @@ void CServer::SendDue() {
     if (!outgoing) return;
     Send(*outgoing);
     if (--outgoing->copiesLeft == 0) continue;
-    outgoing->due += std::chrono::milliseconds(outgoing->answer->copyGap);
+    // Never in the past: there the copies would stand before all that other scanners have to send.
+    const auto next = outgoing->due + std::chrono::milliseconds(outgoing->answer->copyGap);
+    outgoing->due = std::max(next, now);
     const auto due = outgoing->due;
     m_Timers.Put(due, std::move(*outgoing));
   }
