@@ -29,8 +29,12 @@ void xApp::CallBack_Destroy(GtkObject* /*object*/, void* data) {
 }
 
 void xApp::MainWindowDestroyed() {
-  delete m_pMainWnd;
-  m_pMainWnd = nullptr;
+  // In a dialog's own loop the window's handler that opened the dialog still runs. The window is
+  // then left to the destructor.
+  if (g_main_depth() <= 1) {
+    delete m_pMainWnd;
+    m_pMainWnd = nullptr;
+  }
   ExitInstance();
   gtk_main_quit();
 }

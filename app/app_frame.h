@@ -32,7 +32,8 @@ class xApp {
   void Run();
 
   // Handler of the main window's "destroy"; `data` is the xApp. Deletes the main window, calls
-  // ExitInstance and leaves the main loop. Does nothing when `data` is null.
+  // ExitInstance and leaves the main loop. Does nothing when `data` is null. Within the loop of a
+  // modal dialog, m_pMainWnd stays for the destructor to delete.
   static void CallBack_Destroy(GtkObject* object, void* data);
 
   // The application object that was constructed last; never cleared.
