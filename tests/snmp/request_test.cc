@@ -134,7 +134,7 @@ class RequestTest : public ::testing::Test {
 
   std::string Value(int count) const { return ToHex(Bytes(m_Value, m_Value + count)); }
 
-  unsigned char m_Value[4000];
+  unsigned char m_Value[4000] = {};
   snmp_get_param m_Get{};
   snmp_next_param m_Next{};
 };
