@@ -3,4 +3,4 @@
 
 CDWordArray::CDWordArray() = default;
 
-CDWordArray::~CDWordArray() { RemoveAll(); }
+CDWordArray::~CDWordArray() = default;

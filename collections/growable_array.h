@@ -70,7 +70,7 @@ class GrowableArray {
 
  protected:
   GrowableArray() = default;
-  ~GrowableArray() = default;
+  ~GrowableArray() { Storage::Release(m_pData); }
 
   // The storage that growing to newSize elements asks for. It may be more than an int holds.
   std::int64_t GrownMaxSize(int newSize, int growBy) const;

@@ -3,7 +3,7 @@
 
 CObArray::CObArray() = default;
 
-CObArray::~CObArray() { RemoveAll(); }
+CObArray::~CObArray() = default;
 
 void CObArray::SetSize(int newSize, int growBy) {
   RequireArg(newSize >= 0);

@@ -14,7 +14,7 @@ void WordStorage::Release(unsigned short* data) { free(data); }
 
 CWordArray::CWordArray() = default;
 
-CWordArray::~CWordArray() { RemoveAll(); }
+CWordArray::~CWordArray() = default;
 
 void CWordArray::InsertAt(int index, CWordArray* other) {
   RequireArg(other != nullptr && index >= 0);
