@@ -2,6 +2,7 @@
 #include "collections/word_map.h"
 
 #include <cstdint>
+#include <cstring>
 
 #include "collections/object.h"
 
@@ -10,7 +11,12 @@ namespace {
 constexpr unsigned int kDefaultHashSize = 17;
 constexpr int kDefaultBlockSize = 10;
 
-__POSITION* BeforeStart() { return reinterpret_cast<__POSITION*>(UINTPTR_MAX); }
+__POSITION* BeforeStart() {
+  const std::uintptr_t allOnes = UINTPTR_MAX;
+  __POSITION* position;
+  memcpy(&position, &allOnes, sizeof(allOnes));
+  return position;
+}
 
 }  // namespace
 
