@@ -14,6 +14,8 @@ namespace {
 
 constexpr int kBlockSize = 10;
 constexpr int kLineSize = 1024;
+constexpr unsigned int kLocaleSize = 6;    // "ll_CC" and its NUL
+constexpr unsigned int kLanguageSize = 3;  // "ll" and its NUL
 constexpr char kSectionPrefix[] = "dlg";
 
 struct Free {
@@ -42,7 +44,7 @@ void WidenLocale(char* locale) {
   static const char* const kLocales[] = {"cs_CZ", "en_US", "ja_JP", "sv_SE", "zh_CN"};
   for (const char* known : kLocales) {
     if (strncmp(locale, known, 2) != 0) continue;
-    strcpy(locale, known);
+    my_strlcpy(locale, known, kLocaleSize);
     return;
   }
   if (!IsLetter(locale[0]) || !IsLetter(locale[1])) return;
@@ -150,12 +152,12 @@ void CRctFile::Get_ll_CC(char* ll_CC, unsigned int ll_CC_size, char* ll, unsigne
   myDbgFunc(DBG_PREFIX "CRctFile::Get_ll_CC lang=%s \n", DBG_AT(74), lang);
   my_strlcpy(ll_CC, lang, ll_CC_size);
   my_strlcpy(ll, lang, ll_size);
-  if (ll_CC_size > 5 && strlen(ll_CC) == 2) WidenLocale(ll_CC);
+  if (ll_CC_size >= kLocaleSize && strlen(ll_CC) == 2) WidenLocale(ll_CC);
 }
 
 FILE* CRctFile::TryOpenRctFile(const char* dir, const char* name) {
-  char ll_CC[6];
-  char ll[3];
+  char ll_CC[kLocaleSize];
+  char ll[kLanguageSize];
   Get_ll_CC(ll_CC, sizeof(ll_CC), ll, sizeof(ll));
   const std::size_t size = strlen(dir) + strlen(name) + 14;
   const Text path(static_cast<char*>(calloc(size, 1)));
