@@ -260,8 +260,12 @@ TEST_F(DebugLogTest, LinesOfTwoThreadsStayWhole) {
   std::multiset<std::string> seen;
   for (std::string line; std::getline(log, line);) seen.insert(line);
   std::multiset<std::string> expected;
-  for (const std::string name : {"main", "worker"}) {
-    for (int i = 0; i < kLines; ++i) expected.insert(name + " " + std::to_string(i) + " " + name);
+  for (const char* name : {"main", "worker"}) {
+    for (int i = 0; i < kLines; ++i) {
+      std::ostringstream line;
+      line << name << ' ' << i << ' ' << name;
+      expected.insert(line.str());
+    }
   }
   EXPECT_EQ(seen, expected);
 }

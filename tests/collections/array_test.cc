@@ -296,7 +296,7 @@ TYPED_TEST(ArrayTest, FreeExtraGivesUnusedStorageBack) {
   this->Fill(array, {1, 2, 3});
   const auto* full = array.m_pData;
   array.FreeExtra();
-  EXPECT_EQ(array.m_pData, full) << "nothing is unused";
+  EXPECT_TRUE(array.m_pData == full) << "nothing is unused";
   array.SetSize(2, -1);
   array.FreeExtra();
   EXPECT_EQ(array.m_nMaxSize, 2);

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <random>
 #include <string>
@@ -88,7 +89,12 @@ struct MapName {
 using Maps = testing::Types<CMapWordToPtr, CMapWordToOb>;
 TYPED_TEST_SUITE(WordMapTest, Maps, MapName);
 
-__POSITION* BeforeStart() { return reinterpret_cast<__POSITION*>(~std::uintptr_t{0}); }
+__POSITION* BeforeStart() {
+  const std::uintptr_t allOnes = UINTPTR_MAX;
+  __POSITION* position;
+  std::memcpy(&position, &allOnes, sizeof(allOnes));
+  return position;
+}
 
 TYPED_TEST(WordMapTest, NewMapIsEmpty) {
   const OpenedMap<TypeParam> map;
@@ -337,7 +343,7 @@ TYPED_TEST(WordMapTest, NullPositionChangesNothing) {
 
 // Setting the table size of a map with entries loses them, but never follows a missing table.
 TYPED_TEST(WordMapTest, IterationEndsWhenTheBucketsAreEmptyOrAbsent) {
-  for (short allocNow : {0, -1}) {
+  for (const short allocNow : {short{0}, short{-1}}) {
     OpenedMap<TypeParam> map;
     map[1] = this->At(1);
     map.InitHashTable(4, allocNow);

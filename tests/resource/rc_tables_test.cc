@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -255,7 +256,8 @@ Bytes PixelsOf(const GdkPixbuf* image) {
   const int rowBytes = gdk_pixbuf_get_width(image) * gdk_pixbuf_get_n_channels(image);
   Bytes pixels;
   for (int row = 0; row < gdk_pixbuf_get_height(image); ++row) {
-    const guint8* start = gdk_pixbuf_read_pixels(image) + row * gdk_pixbuf_get_rowstride(image);
+    const std::ptrdiff_t offset = std::ptrdiff_t{row} * gdk_pixbuf_get_rowstride(image);
+    const guint8* start = gdk_pixbuf_read_pixels(image) + offset;
     pixels.insert(pixels.end(), start, start + rowBytes);
   }
   return pixels;
