@@ -245,6 +245,39 @@ TEST_F(AppFrameTest, WindowThatDestroysItsWidgetItselfIsDeletedOnce) {
   EXPECT_EQ((Texts{"OnDestroy", "window deleted", "ExitInstance in loop 1 without window"}), Log());
 }
 
+// As in the loop of a modal dialog, below which a handler of the window still runs.
+TEST_F(AppFrameTest, WindowDestroyedInAnInnerLoopIsDeletedWithTheApplication) {
+  {
+    TestApp app;
+    app.m_pMainWnd = new TestWindow;
+    FromMainLoop action(
+        [](TestApp* running) {
+          GMainLoop* inner = g_main_loop_new(nullptr, FALSE);
+          g_idle_add(
+              [](gpointer application) -> gboolean {
+                gtk_widget_destroy(static_cast<TestApp*>(application)->m_pMainWnd->GetWidget());
+                return FALSE;
+              },
+              running);
+          g_idle_add(
+              [](gpointer loop) -> gboolean {
+                g_main_loop_quit(static_cast<GMainLoop*>(loop));
+                return FALSE;
+              },
+              inner);
+          g_main_loop_run(inner);
+          g_main_loop_unref(inner);
+          Log().emplace_back("handler ended");
+        },
+        &app);
+    app.Run();
+    EXPECT_NE(nullptr, app.m_pMainWnd);
+  }
+  EXPECT_EQ(
+      (Texts{"OnDestroy", "ExitInstance in loop 1 with window", "handler ended", "window deleted"}),
+      Log());
+}
+
 TEST_F(AppFrameTest, ListensToTheDestructionAfterTheWindowItself) {
   TestApp app;
   app.m_pMainWnd = new TestWindow;
