@@ -25,6 +25,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
 namespace {
 
 bool no_threads = false;
+bool survey_ends_before_start = false;
 int cancel_at_thread_start = -1;  // bCancel when the worker was last started
 bool default_attributes = false;
 
@@ -35,7 +36,12 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   cancel_at_thread_start = bCancel;
   default_attributes = attributes == nullptr;
   if (no_threads) return EAGAIN;
-  return __real_pthread_create(thread, attributes, entry, argument);
+  const int result = __real_pthread_create(thread, attributes, entry, argument);
+  if (survey_ends_before_start) {
+    while (fake_scanners::SurveysBegun() == 0) g_usleep(1000);
+    g_usleep(50000);
+  }
+  return result;
 }
 
 namespace {
@@ -94,6 +100,7 @@ class DlgSearchTest : public UiTest {
   void SetUp() override {
     UiTest::SetUp();
     no_threads = false;
+    survey_ends_before_start = false;
     cancel_at_thread_start = -1;
     bCancel = 0;
     lines.clear();
@@ -421,7 +428,8 @@ TEST_F(DlgSearchTest, ASearchAfterACancelledOneWorks) {
   fake_scanners::Reset();
   fake_scanners::SetDevices(kTwoDevices);
   Make();
-  // The survey of this one ends at once, when the flag of the last search may still be set.
+  // Even if its survey ends while the flag of the last search is still set.
+  survey_ends_before_start = true;
   EXPECT_EQ(1, Run([](GtkDialog*) {}));
   EXPECT_EQ(2, Search().getMachineNum());
 }

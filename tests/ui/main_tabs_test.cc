@@ -102,7 +102,9 @@ TEST(HomePath, IsCutTo511Bytes) {
 // The value of a key in the text of a settings file, or "not found".
 std::string Value(const std::string& text, const char* key) {
   char value[kPathSize] = "left alone";
-  const int found = CMainTabs::ReadName(text.c_str(), key, value);
+  // Nothing lies behind the text that could be read by mistake.
+  const std::unique_ptr<char, decltype(&free)> exact(strdup(text.c_str()), free);
+  const int found = CMainTabs::ReadName(exact.get(), key, value);
   if (found == 1) return value;
   EXPECT_EQ(0, found);
   EXPECT_STREQ("left alone", value);
