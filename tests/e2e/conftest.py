@@ -106,6 +106,20 @@ def open_window(start_program):
 
 
 @pytest.fixture
+def open_windows(start_program):
+    """Opens several windows at once, for programs that do not write: their surveys run side by side.
+
+    Takes the keywords of start_program for each and gives the windows in this order.
+    """
+
+    def open_them(programs):
+        tools = [start_program(**keywords) for keywords in programs]
+        return [main_window.MainWindow(tool) for tool in tools]
+
+    return open_them
+
+
+@pytest.fixture
 def open_network_page(open_window):
     """As open_window, with the Network page in front."""
 

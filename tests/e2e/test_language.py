@@ -126,13 +126,13 @@ TRIES = {
 }
 
 
-@pytest.mark.parametrize("value, own", TRIES.items(), ids=TRIES.keys())
-def test_places_for(debug_lines, open_window, value, own):
-    window = open_window(environment=language(value))
-    places = [*own, "/en_US/", "/en/", "/"]
-    assert tries(window.tool) == [f"{place}DVXTOOLS.RCT' Failed" for place in places]
-    line = f"[Get_ll_CC(74)]: CRctFile::Get_ll_CC lang={value} \n"
-    assert window.tool.errors.startswith(line)
+def test_places(debug_lines, open_windows):
+    windows = open_windows([{"environment": language(value)} for value in TRIES])
+    for window, (value, own) in zip(windows, TRIES.items()):
+        places = [*own, "/en_US/", "/en/", "/"]
+        assert tries(window.tool) == [f"{place}DVXTOOLS.RCT' Failed" for place in places]
+        line = f"[Get_ll_CC(74)]: CRctFile::Get_ll_CC lang={value} \n"
+        assert window.tool.errors.startswith(line)
 
 
 def test_places_without_a_language(debug_lines, open_window):

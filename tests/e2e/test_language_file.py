@@ -1,5 +1,5 @@
 """What the program makes of the lines of a language file."""
-import pytest
+from desktop_driver import program
 
 # What a file makes of the texts 111 (General) and 116 (the first Browse...) of dialog 101.
 CONTENTS = {
@@ -30,11 +30,16 @@ CONTENTS = {
 }
 
 
-@pytest.mark.parametrize("content, tab, button", CONTENTS.values(), ids=CONTENTS.keys())
-def test_file_with(open_german, content, tab, button):
-    window = open_german(content)
-    assert window.tabs.children()[0].name == tab
-    assert window.scan_browse.name == button
+def test_contents(open_windows):
+    programs = []
+    for number, (content, _tab, _button) in enumerate(CONTENTS.values()):
+        program.install_language(f"l_{number:03}", content)
+        programs.append({"environment": {"LANG": f"l_{number:03}", "LC_ALL": "C.UTF-8"}})
+    shown = {
+        case: (window.tabs.children()[0].name, window.scan_browse.name)
+        for case, window in zip(CONTENTS, open_windows(programs))
+    }
+    assert shown == {case: (tab, button) for case, (_, tab, button) in CONTENTS.items()}
 
 
 def test_file_that_is_no_utf8_is_shown_readably(open_german):

@@ -78,21 +78,33 @@ READING = {
     "a name of 100 characters": (f'pcname="{"n" * 100}"\n', {"name": "n" * 15}),
     "a path of 511 bytes": (f'scanpath="/{"p" * 510}"\n', {"scan": "/" + "p" * 510}),
     "a path of 600 bytes": (f'scanpath="/{"p" * 599}"\n', {"scan": "/" + "p" * 510}),
-    "a flag of two digits": ('pcListUp="10"\n', {"listed": True}),
-    "a flag of two zeros": ('pcListUp="00"\n', {"listed": True}),
-    "a flag above one": ('pcListUp="7"\n', {"listed": True}),
-    "a flag that is a letter": ('pcListUp="x"\n', {"listed": False}),
     "zero bytes": (b'pcListUp="0"\n\0\0\npcname="behind"\n', {"listed": False}),
 }
 
 
-@pytest.mark.parametrize("content, expected", READING.values(), ids=READING.keys())
-def test_file_with(open_window, content, expected):
-    store(content)
-    window = open_window()
-    assert shown(window) == defaults(**expected)
-    assert not window.apply.sensitive
-    assert window.tool.errors == ""
+# Puts a folder in place of the settings folder, for the program that is started with it only.
+OWN_SETTINGS = 'mount --bind "$1" "$2" && shift 2 && exec "$@"'
+
+
+def settings_of_its_own(folder, content):
+    """A wrapper that gives a program settings of this content."""
+    folder.mkdir()
+    settings = program.settings_file()
+    settings.parent.mkdir(exist_ok=True)
+    (folder / settings.name).write_bytes(content if isinstance(content, bytes) else content.encode())
+    words = ["unshare", "--mount", "sh", "-c", OWN_SETTINGS, "sh", folder, settings.parent]
+    return [str(word) for word in words]
+
+
+def test_contents(open_windows, tmp_path):
+    contents = [content for content, _expected in READING.values()]
+    wrappers = [settings_of_its_own(tmp_path / str(n), text) for n, text in enumerate(contents)]
+    windows = open_windows([{"wrapper": wrapper} for wrapper in wrappers])
+    results = {case: shown(window) for case, window in zip(READING, windows)}
+    assert results == {case: defaults(**expected) for case, (_, expected) in READING.items()}
+    states = {case: window.apply.sensitive for case, window in zip(READING, windows)}
+    assert not any(states.values()), states
+    assert [window.tool.errors for window in windows] == [""] * len(windows)
 
 
 def test_clear_flag_leaves_the_name_entry_enabled(open_network_page):
@@ -103,13 +115,17 @@ def test_clear_flag_leaves_the_name_entry_enabled(open_network_page):
     assert window.name_entry.sensitive
 
 
-@pytest.mark.parametrize("stored, written", [("7", "1"), ("x", "0"), ("", "1"), ("10", "1")])
-def test_flag_is_written_as_one_or_zero(open_window, stored, written):
+@pytest.mark.parametrize(
+    "stored, flag", [("7", 1), ("x", 0), ("", 1), ("10", 1), ("00", 1), ("0", 0)]
+)
+def test_flag_is_shown_and_written_as_one_or_zero(open_window, stored, flag):
+    """One character is taken for a number, any other text for a one."""
     store(f'pcListUp="{stored}"\n')
     window = open_window()
+    assert window.list_up.checked == bool(flag)
     window.ok.press()
     assert window.tool.wait_for_end() == 0
-    assert program.settings_file().read_text().splitlines()[3] == f'pcListUp="{written}"'
+    assert program.settings_file().read_text().splitlines()[3] == f'pcListUp="{flag}"'
 
 
 def test_name_that_was_cut_is_written_cut(open_window):

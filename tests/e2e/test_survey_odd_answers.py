@@ -56,14 +56,13 @@ def test_error_in_the_answer_to_the_search_itself_does_not_matter(open_window, s
     assert listed(open_window()) == ["Odd"]
 
 
-@pytest.mark.parametrize("form", ["long1", "long2", "byte80"])
-@pytest.mark.parametrize("question", ["discovery", "name"])
-def test_answer_with_a_long_length_is_dropped(open_window, start_scanners, question, form):
-    peers = start_scanners(
-        f"[scanner Long]\nlength_form.{question} = message:{form}\n[scanner Short]\n"
-    )
+@pytest.mark.parametrize("question, asked", [("discovery", 0), ("name", 1)])
+def test_answers_with_a_long_length_are_dropped(open_window, start_scanners, question, asked):
+    forms = ["long1", "long2", "long3", "long4", "byte80"]
+    groups = [f"[scanner {form}]\nlength_form.{question} = message:{form}\n" for form in forms]
+    peers = start_scanners("".join(groups) + "[scanner Short]\n")
     assert listed(open_window()) == ["Short"]
-    assert len(peers.asked("model", "Long")) == (0 if question == "discovery" else 1)
+    assert [len(peers.asked("model", form)) for form in forms] == [asked] * 5
 
 
 def test_text_that_needs_a_long_length_hides_the_scanner(open_window, start_scanners):
