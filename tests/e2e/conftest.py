@@ -107,9 +107,10 @@ def open_window(start_program):
 
 @pytest.fixture
 def open_windows(start_program):
-    """Opens several windows at once, for programs that do not write: their surveys run side by side.
+    """Opens several windows at once, so that their surveys run side by side.
 
-    Takes the keywords of start_program for each and gives the windows in this order.
+    Takes the keywords of start_program for each and gives the windows in this order. The programs
+    share their files, so this is for those that write none.
     """
 
     def open_them(programs):

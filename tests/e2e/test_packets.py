@@ -171,7 +171,7 @@ def test_request_ids_differ(capture, open_network_page, start_scanners):
 
 
 def test_search_is_one_broadcast(capture, open_network_page):
-    """Without scanners nothing else is sent: no repetition, not even a question about an address."""
+    """Without scanners nothing else is sent: no repetition, nor a question about an address."""
     window = open_network_page()
     (packet,) = capture.read(FROM_DESK, "eth.dst", "ip.dst", "udp.dstport")
     assert packet == {

@@ -91,7 +91,8 @@ def settings_of_its_own(folder, content):
     folder.mkdir()
     settings = program.settings_file()
     settings.parent.mkdir(exist_ok=True)
-    (folder / settings.name).write_bytes(content if isinstance(content, bytes) else content.encode())
+    data = content if isinstance(content, bytes) else content.encode()
+    (folder / settings.name).write_bytes(data)
     words = ["unshare", "--mount", "sh", "-c", OWN_SETTINGS, "sh", folder, settings.parent]
     return [str(word) for word in words]
 

@@ -1,8 +1,9 @@
 """Configure..., which opens the selected scanner's web page in the desktop's browser.
 
-The programs that open web pages are looked for in /usr/bin. Which of them this machine has must not
-matter, so the program under test gets a /usr/bin of its own: a folder of links to everything that is
-really there, without these programs, mounted over /usr/bin in a mount namespace of the program.
+The programs that open web pages are looked for in /usr/bin. Which of them this machine has must
+not matter, so the program under test gets a /usr/bin of its own: a folder of links to everything
+that is really there, without these programs, mounted over /usr/bin in a mount namespace of the
+program.
 """
 import os
 import pathlib
