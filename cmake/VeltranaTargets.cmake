@@ -52,13 +52,17 @@ function(veltrana_test name)
   target_compile_definitions(${name} PRIVATE
     VELTRANA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VELTRANA_BINARY_DIR="${CMAKE_BINARY_DIR}")
   set(results ${CMAKE_BINARY_DIR}/test-results)
+  set(leak_options
+    LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0)
   if(DEFINED ARG_LAB OR "LAB" IN_LIST ARG_KEYWORDS_MISSING_VALUES)
     add_test(NAME ${name}
       COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} -- $<TARGET_FILE:${name}>
               --gtest_output=xml:${results}/${name}.xml)
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab")
+    # The leak checker follows the stack through GTK, which has no frame pointers.
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab" ENVIRONMENT
+      "${leak_options};ASAN_OPTIONS=fast_unwind_on_malloc=0")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
-      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
+      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY} ENVIRONMENT ${leak_options})
   endif()
 endfunction()

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "app/debug_log.h"
+#include "app/kept_memory.h"
 #include "devreg/client_registration.h"
 #include "resource/rc_tables.h"
 #include "ui/dlg_search.h"
@@ -127,7 +128,8 @@ CTabNetwork::CTabNetwork(CMainTabs* tabs, const char* title, unsigned int id)
 }
 
 // The devices found are left to the end of the process, which is near.
-CTabNetwork::~CTabNetwork() = default;
+// The list of machines is not released.
+CTabNetwork::~CTabNetwork() { keep_for_good(m_pMachines); }
 
 void CTabNetwork::CreateControls() {
   m_pFrame = std::make_unique<xFrame>(Text(kStrFrame, "PC name list up on device").c_str());

@@ -3,6 +3,8 @@
 
 #include <cstdarg>
 
+#include "app/kept_memory.h"
+
 namespace {
 
 constexpr char kResponseKey[] = "my-xdialog-response-data";
@@ -177,6 +179,7 @@ int xMessageBox(xWindow* parent, int type, const char* title, const char* fmt, .
   const char* text = g_strdup_vprintf(fmt, args);
   va_end(args);
   if (text == nullptr) return defaultId;
+  keep_for_good(text);
 
   GtkWindow* owner = parent != nullptr ? GTK_WINDOW(parent->GetWidget()) : nullptr;
   GtkWidget* dialog = gtk_message_dialog_new(owner, GTK_DIALOG_DESTROY_WITH_PARENT, IconOf(type),

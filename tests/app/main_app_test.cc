@@ -157,16 +157,17 @@ TEST_P(Leaving, ByTheWindowsOwnHandlersKeepsTheWindowForTheApplicationObject) {
   ASSERT_TRUE(gtk_test::ShowAndWait(app->m_pWidget));
   auto& window = static_cast<CMainWin&>(*app->m_pMainWnd);
   const std::string how = GetParam();
+  std::function<void()> leave = [&, app] {
+    if (how == "OK") Click(*(window.*MainWin::OK));
+    if (how == "Cancel") Click(*(window.*MainWin::Cancel));
+    if (how == "close") gtk_test::CloseAsWindowManager(app->m_pWidget);
+  };
   g_idle_add(
       [](gpointer data) -> gboolean {
         (*static_cast<std::function<void()>*>(data))();
         return FALSE;
       },
-      new std::function<void()>([&, app] {
-        if (how == "OK") Click(*(window.*MainWin::OK));
-        if (how == "Cancel") Click(*(window.*MainWin::Cancel));
-        if (how == "close") gtk_test::CloseAsWindowManager(app->m_pWidget);
-      }));
+      &leave);
   app->Run();
   EXPECT_THAT(events, IsEmpty());
   EXPECT_EQ(&window, app->m_pMainWnd);
