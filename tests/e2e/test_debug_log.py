@@ -113,7 +113,7 @@ class Reader:
         """Waits for so many lines and gives all that there are by then."""
         wait_until(
             lambda: self.tool.errors.count("\n", self.read) >= count,
-            f"{count} lines (there is {self.tool.errors[self.read :]!r})",
+            lambda: f"{count} lines (there is {self.tool.errors[self.read :]!r})",
         )
         lines = self.tool.errors[self.read :].split("\n")
         self.skip()

@@ -10,6 +10,7 @@ def wait_until(probe, what, seconds=20.0, pause=0.02):
     """Calls probe until it gives a true value, and returns that value.
 
     Raises NotInTime, naming what was waited for, when that takes longer than the given seconds.
+    The name may be a function, which is called then: it can tell what there is instead.
     """
     deadline = time.monotonic() + seconds
     while True:
@@ -17,5 +18,5 @@ def wait_until(probe, what, seconds=20.0, pause=0.02):
         if value:
             return value
         if time.monotonic() > deadline:
-            raise NotInTime(f"not within {seconds:g} s: {what}")
+            raise NotInTime(f"not within {seconds:g} s: {what() if callable(what) else what}")
         time.sleep(pause)
