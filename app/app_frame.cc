@@ -1,6 +1,7 @@
 // The application object and its main loop.
 #include "app/app_frame.h"
 
+#include <cstdlib>
 #include <vector>
 
 xApp* xApp::m_Instance = nullptr;
@@ -14,7 +15,13 @@ int xApp::Start(int argc, char** argv) {
   std::vector<char*> arguments(argv, argv + argc);
   arguments.push_back(nullptr);
   char** own = arguments.data();
-  gtk_init(&argc, &own);
+  // gtk_init would end the process with status 1 where there is no display.
+  if (gtk_init_check(&argc, &own) == FALSE) {
+    const char* display = gdk_get_display_arg_name();
+    if (display == nullptr) display = getenv("DISPLAY");
+    g_warning("cannot open display: %s", display != nullptr ? display : "");
+    return 0;
+  }
   return InitInstance();
 }
 

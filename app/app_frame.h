@@ -25,7 +25,8 @@ class xApp {
   virtual void ExitInstance() {}
 
   // Initialises GTK with the options among its own copies of the arguments (the caller's variables
-  // keep them all), then returns the result of InitInstance.
+  // keep them all), then returns the result of InitInstance. Without a display it says so on
+  // standard error and returns 0.
   int Start(int argc, char** argv);
 
   // Runs the GTK main loop until something leaves it. Returns at once without a main window.

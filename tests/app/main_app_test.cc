@@ -353,6 +353,13 @@ TEST_F(ProgramTest, TheWindowStandsInTheMiddleOfTheScreen) {
   EXPECT_EQ(0, program.WaitForEnd());
 }
 
+TEST_F(ProgramTest, WithoutADisplayItSaysSoAndEndsWithStatus0) {
+  Program program(kProgram, {"--display=:77"});
+  EXPECT_EQ(0, program.WaitForEnd());
+  EXPECT_THAT(program.Errors(), HasSubstr("cannot open display: :77\n"));
+  EXPECT_FALSE(fs::exists(ScanFolder()));
+}
+
 TEST_F(ProgramTest, AFailingInitInstanceEndsWithStatus0WithoutMainLoop) {
   Program program(kFailing, {});
   EXPECT_EQ(0, program.WaitForEnd());
