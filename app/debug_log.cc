@@ -1,11 +1,12 @@
 // The debug log's sinks and the choice between them.
 #include "app/debug_log.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
+
+#include "app/cancellation_off.h"
 
 namespace {
 
@@ -14,19 +15,6 @@ constexpr char kLogSwitch[] = "/usr/local/share/veltrana/scanner/bin/VeltranaDVX
 constexpr char kLogFile[] = "/tmp/VeltranaDVXTools.log";
 
 bool Exists(const char* path) { return access(path, F_OK) == 0; }
-
-// Opening and writing files are cancellation points. A search worker that is cancelled while it
-// logs must not leave an open log behind, so the cancellation waits until the line is written.
-class CancellationOff {
- public:
-  CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_iOldState); }
-  ~CancellationOff() { pthread_setcancelstate(m_iOldState, nullptr); }
-  CancellationOff(const CancellationOff&) = delete;
-  CancellationOff& operator=(const CancellationOff&) = delete;
-
- private:
-  int m_iOldState = 0;
-};
 
 }  // namespace
 
@@ -46,7 +34,7 @@ void myDbgNop(const char* /*fmt*/, ...) {}
 
 void myDbgOutputStderr(const char* fmt, ...) {
   if (fmt == nullptr) return;
-  CancellationOff guard;
+  const CancellationOff guard;
   va_list args;
   va_start(args, fmt);
   vfprintf(stderr, fmt, args);
@@ -56,7 +44,8 @@ void myDbgOutputStderr(const char* fmt, ...) {
 
 void myDbgOutputLog(const char* fmt, ...) {
   if (fmt == nullptr) return;
-  CancellationOff guard;
+  // A search worker that is cancelled while it logs must not leave an open log behind.
+  const CancellationOff guard;
   FILE* log = fopen(kLogFile, "a");
   if (log == nullptr) return;
   va_list args;
@@ -67,7 +56,7 @@ void myDbgOutputLog(const char* fmt, ...) {
 }
 
 void DebugPrintf(const char* fmt, ...) {
-  CancellationOff guard;
+  const CancellationOff guard;
   va_list args;
   va_start(args, fmt);
   vfprintf(stderr, fmt, args);

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 
 namespace {
 
@@ -32,12 +32,8 @@ constexpr int kNoReply = -101;
 // Result of udp_send_rev when no datagram came in time.
 constexpr int kTimedOut = -3;
 
-struct FreeDeleter {
-  void operator()(unsigned char* bytes) const { free(bytes); }
-};
-
 struct Packet {
-  std::unique_ptr<unsigned char, FreeDeleter> bytes;  // null when memory is short
+  MallocPtr<unsigned char> bytes;  // null when memory is short
   int length;
 };
 

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 #include "resource/rc_tables.h"
 
 namespace {
@@ -18,10 +19,7 @@ constexpr unsigned int kLocaleSize = 6;    // "ll_CC" and its NUL
 constexpr unsigned int kLanguageSize = 3;  // "ll" and its NUL
 constexpr char kSectionPrefix[] = "dlg";
 
-struct Free {
-  void operator()(void* memory) const { free(memory); }
-};
-using Text = std::unique_ptr<char, Free>;
+using Text = MallocPtr<char>;
 
 struct CloseFile {
   void operator()(FILE* stream) const { fclose(stream); }

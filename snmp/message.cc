@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "app/malloc_ptr.h"
 #include "snmp/asn.h"
-#include "snmp/malloc_ptr.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 #include "snmp/asn.h"
 #include "snmp/copy_text.h"
-#include "snmp/malloc_ptr.h"
 #include "snmp/transport.h"
 #include "snmp/udp_socket.h"
 

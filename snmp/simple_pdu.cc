@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "app/malloc_ptr.h"
 #include "snmp/asn.h"
-#include "snmp/malloc_ptr.h"
 
 namespace {
 

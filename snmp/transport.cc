@@ -3,7 +3,6 @@
 
 #include <arpa/inet.h>
 #include <netdb.h>
-#include <pthread.h>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -12,7 +11,8 @@
 #include <cstring>
 #include <vector>
 
-#include "snmp/malloc_ptr.h"
+#include "app/cancellation_off.h"
+#include "app/malloc_ptr.h"
 #include "snmp/udp_socket.h"
 
 namespace {
@@ -113,11 +113,9 @@ int net_socket(int* socket_out) {
 
 void net_close(int socket) {
   if (socket == 0) return;
-  // close(2) is a cancellation point, and an unwind that starts in a destructor ends the process.
-  int old_state = 0;
-  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old_state);
+  // close(2) is a cancellation point, and destructors call this.
+  const CancellationOff guard;
   close(socket);
-  pthread_setcancelstate(old_state, nullptr);
 }
 
 int net_resolve(const char* address, in_addr* result) {

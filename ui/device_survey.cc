@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 #include "snmp/copy_text.h"
 #include "snmp/device_query.h"
 #include "snmp/request.h"
@@ -60,10 +60,7 @@ class MachineList {
   MACHINEINFO* Release() { return m_Machines.release(); }
 
  private:
-  struct FreeDeleter {
-    void operator()(MACHINEINFO* machines) const { free(machines); }
-  };
-  std::unique_ptr<MACHINEINFO, FreeDeleter> m_Machines;
+  MallocPtr<MACHINEINFO> m_Machines;
   int m_iNumMachine = 0;
 };
 

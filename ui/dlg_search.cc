@@ -8,7 +8,9 @@
 #include <mutex>
 #include <utility>
 
+#include "app/cancellation_off.h"
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 #include "ui/main_win.h"
 
 namespace {
@@ -23,22 +25,7 @@ constexpr int kFinished = 1;
 constexpr int kCancelled = 2;
 constexpr gint64 kPauseMicroseconds = 1000000;
 
-struct FreeMemory {
-  void operator()(MACHINEINFO* machines) const { free(machines); }
-};
-using Machines = std::unique_ptr<MACHINEINFO, FreeMemory>;
-
-// While it lives, pthread_cancel on this thread takes effect later.
-class CancellationOff {
- public:
-  CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_iOldState); }
-  ~CancellationOff() { pthread_setcancelstate(m_iOldState, nullptr); }
-  CancellationOff(const CancellationOff&) = delete;
-  CancellationOff& operator=(const CancellationOff&) = delete;
-
- private:
-  int m_iOldState = 0;
-};
+using Machines = MallocPtr<MACHINEINFO>;
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "app/debug_log.h"
+#include "app/malloc_ptr.h"
 #include "resource/rc_tables.h"
 #include "ui/main_win.h"
 #include "ui/tab_general.h"
@@ -29,10 +30,7 @@ constexpr unsigned short kStrNetwork = 211;
 constexpr char kSettingsDir[] = "/.VeltranaDVX";
 constexpr char kSettingsFile[] = "/.VeltranaDVX/dvxtools.conf";
 
-struct FreeMemory {
-  void operator()(char* memory) const { free(memory); }
-};
-using FileText = std::unique_ptr<char, FreeMemory>;
+using FileText = MallocPtr<char>;
 
 struct CloseFile {
   void operator()(FILE* file) const { fclose(file); }

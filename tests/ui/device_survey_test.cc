@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "app/malloc_ptr.h"
 #include "snmp/simple_pdu.h"
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/debug_lines.h"
@@ -92,10 +93,6 @@ int __wrap__Z12net_get_namePKcPci(const char* address, char* buffer, int length)
 
 namespace {
 
-struct FreeDeleter {
-  void operator()(MACHINEINFO* machines) const { free(machines); }
-};
-
 // What a scanner answers to a question.
 const Bytes kNoSuchName = Hex("05 00");
 const Bytes kSilence;
@@ -172,7 +169,7 @@ class DeviceSurveyTest : public ::testing::Test {
     return questions;
   }
 
-  std::unique_ptr<MACHINEINFO, FreeDeleter> m_Machines;
+  MallocPtr<MACHINEINFO> m_Machines;
   int m_iCount = 0;
 };
 

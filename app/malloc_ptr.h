@@ -1,5 +1,5 @@
-// Owner of a malloc'ed block, for the records that leave this folder through release() and are
-// freed by their receiver.
+// Owner of a malloc'ed block, for records that are handed on through release() and freed by their
+// receiver.
 #pragma once
 
 #include <cstdlib>
