@@ -128,7 +128,6 @@ CTabNetwork::CTabNetwork(CMainTabs* tabs, const char* title, unsigned int id)
 }
 
 // The devices found are left to the end of the process, which is near.
-// The list of machines is not released.
 CTabNetwork::~CTabNetwork() { keep_for_good(m_pMachines); }
 
 void CTabNetwork::CreateControls() {
