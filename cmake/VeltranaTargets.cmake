@@ -24,6 +24,11 @@ if(VELTRANA_SANITIZE)
   target_link_options(veltrana_options INTERFACE -fsanitize=${VELTRANA_SANITIZE})
 endif()
 
+# What tests with a display leave, in a sanitizer build, to the libraries that they use.
+set(sanitizer_options
+  LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0
+  TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp)
+
 # veltrana_library(NAME [STRICT_CONVERSIONS] SOURCES file... [LINKS target...])
 # A static library of one folder. Headers are included by their path from the top of the tree.
 # STRICT_CONVERSIONS adds -Wconversion, for the folders that handle bytes from the network.
@@ -52,17 +57,15 @@ function(veltrana_test name)
   target_compile_definitions(${name} PRIVATE
     VELTRANA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VELTRANA_BINARY_DIR="${CMAKE_BINARY_DIR}")
   set(results ${CMAKE_BINARY_DIR}/test-results)
-  set(leak_options
-    LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0)
   if(DEFINED ARG_LAB OR "LAB" IN_LIST ARG_KEYWORDS_MISSING_VALUES)
     add_test(NAME ${name}
       COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} -- $<TARGET_FILE:${name}>
               --gtest_output=xml:${results}/${name}.xml)
     # The leak checker follows the stack through GTK, which has no frame pointers.
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab" ENVIRONMENT
-      "${leak_options};ASAN_OPTIONS=fast_unwind_on_malloc=0")
+      "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
-      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY} ENVIRONMENT ${leak_options})
+      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
   endif()
 endfunction()
