@@ -29,9 +29,15 @@ def test_scanner_that_lacks_an_object_is_not_listed(open_window, start_scanners)
         object.1.3.6.1.2.1.1.5.0 = none
         [scanner General-Error]
         error_status.name = 5
+        error_index.name = 0
         """
     )
     assert listed(open_window()) == ["Complete"]
+
+
+def test_index_of_an_error_without_an_error_does_not_matter(open_window, start_scanners):
+    start_scanners("[scanner Odd]\nerror_index = 1\n")
+    assert listed(open_window()) == ["Odd"]
 
 
 def test_other_agent_that_answers_the_search_with_an_error_is_asked_once(
