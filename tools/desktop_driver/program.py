@@ -73,8 +73,12 @@ class Program:
     @property
     def errors(self):
         """All that the program wrote to standard error so far."""
+        return self.errors_from(0).decode("utf-8", "replace")
+
+    def errors_from(self, begin):
+        """The bytes that it wrote to standard error so far, from an offset on."""
         size = os.fstat(self._errors.fileno()).st_size
-        return os.pread(self._errors.fileno(), size, 0).decode("utf-8", "replace")
+        return os.pread(self._errors.fileno(), max(0, size - begin), begin)
 
     def application(self):
         return window.application(self.process.pid)
