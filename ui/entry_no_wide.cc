@@ -17,10 +17,6 @@ std::string Inserted(const char* text, int length) {
   return length < 0 ? std::string(text) : std::string(text, strnlen(text, length));
 }
 
-bool HoldsWideCharacter(const char* text, int length) {
-  return text == nullptr || length < 0 || g_utf8_strlen(text, length) != length;
-}
-
 }  // namespace
 
 xEntryNoWide::xEntryNoWide(xWidget* parent, unsigned int id, int widthChars, unsigned int rule)
@@ -58,32 +54,13 @@ void xEntryNoWide::OnInsertText(const char* text, int length, int* position) {
   }
   if ((m_nInputRule & INPUT_FILTER) == 0) return;
 
-  const std::string valid = Filter(text, length);
+  const std::string valid = FilterInput(m_nInputRule, m_szAllowed.get(), text, length);
   myDbgFunc(DBG_PREFIX "validstr = '%s'\n", DBG_AT(335), valid.c_str());
   if (valid.compare(0, std::string::npos, text, length) == 0) return;
   // Before the copy goes in: stopping by name stops the innermost emission.
   Refuse();
   gtk_editable_insert_text(GTK_EDITABLE(m_pWidget), valid.c_str(), static_cast<int>(valid.size()),
                            position);
-}
-
-// Those of the first `length` bytes that the rule allows, in their order.
-std::string xEntryNoWide::Filter(const char* text, int length) const {
-  std::string valid;
-  for (int i = 0; i < length; ++i) {
-    if (IsAllowed(text[i])) valid += text[i];
-  }
-  return valid;
-}
-
-bool xEntryNoWide::IsAllowed(char ch) const {
-  const auto set = [this](unsigned int flag) { return (m_nInputRule & flag) != 0; };
-  if (set(INPUT_DIGITS) && g_ascii_isdigit(ch)) return true;
-  if (set(INPUT_ALNUM) && g_ascii_isalnum(ch)) return true;
-  if (set(INPUT_NO_SLASH) && ch != '/') return true;
-  if (m_szAllowed == nullptr) return false;
-  if (set(INPUT_ALLOWED) && std::strchr(m_szAllowed.get(), ch) != nullptr) return true;
-  return set(INPUT_PRINTABLE) && ch >= 0x21 && ch <= 0x7D;
 }
 
 void xEntryNoWide::Refuse() {

@@ -4,20 +4,9 @@
 #include <gtk/gtk.h>
 
 #include <memory>
-#include <string>
 
+#include "ui/input_filter.h"
 #include "xwidgets/entries.h"
-
-// What an xEntryNoWide lets through. A character passes if any flag that is set allows it; flags
-// have no effect without INPUT_FILTER, and INPUT_FILTER alone lets nothing through.
-enum InputRule : unsigned int {
-  INPUT_DIGITS = 0x1,             // ASCII digits
-  INPUT_ALNUM = 0x2,              // ASCII letters and digits
-  INPUT_NO_SLASH = 0x10,          // everything but "/"
-  INPUT_ALLOWED = 0x20,           // the characters of the allowed text, if it is set
-  INPUT_FILTER = 0x1000,          // the filter is on
-  INPUT_PRINTABLE = 0x10000000u,  // 0x21 to 0x7D, which leaves out "~", if the allowed text is set
-};
 
 // An xEntry whose text is filtered on its way in, whether it is typed, pasted, committed by an
 // input method or set by the program. The display beeps for what is refused; nothing else tells the
@@ -55,8 +44,6 @@ class xEntryNoWide : public xEntry {
   std::unique_ptr<char, FreeText> m_szAllowed;  // null when not set
 
  private:
-  std::string Filter(const char* text, int length) const;
-  bool IsAllowed(char ch) const;
   void Refuse();
   void MakeRoom();
 };

@@ -85,6 +85,5 @@ class CMainTabs : public xNoteBook {
   CTabNetwork* Network() const;
   int PageNumber(int index) const;
   int PageForInsertion(int index) const;
-  void TakeSettings(const char* text);
   void FetchSettings();
 };

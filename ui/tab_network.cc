@@ -37,9 +37,6 @@ constexpr unsigned short kStrSearch = 219;
 constexpr unsigned short kStrConfigure = 220;
 
 constexpr int kNameChars = 15;  // what a scanner keeps of a name
-constexpr char kNameCharacters[] =
-    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}";
-constexpr char kFallbackName[] = "Linux-PC";
 
 // The debug log names the handler of the click for everything that the click does.
 constexpr char kBtnClicked[] = "OnNofityBtnClicked";
@@ -87,25 +84,6 @@ void StartViewer(const Viewer& viewer, const char* url) {
   if (pid < 0) return;
   g_child_watch_add(
       pid, [](GPid child, gint, gpointer) { g_spawn_close_pid(child); }, nullptr);
-}
-
-void FillInHostName(char* name) {
-  char host[256] = "";
-  if (gethostname(host, sizeof(host) - 1) == 0) my_strlcpy(name, host, kHostnameSize);
-}
-
-bool IsAscii(const char* name) {
-  const std::size_t bytes = strlen(name);
-  // With the length given, a character cut off at the end does not lead past it.
-  return g_utf8_strlen(name, static_cast<gssize>(bytes)) == static_cast<glong>(bytes);
-}
-
-std::string AllowedPart(const char* name) {
-  std::string allowed;
-  for (const char* ch = name; *ch != '\0'; ++ch) {
-    if (strchr(kNameCharacters, *ch) != nullptr) allowed += *ch;
-  }
-  return allowed;
 }
 
 }  // namespace
@@ -283,12 +261,4 @@ int CTabNetwork::getPCNameListUp() {
   return m_iPCNameListUp;
 }
 
-void CTabNetwork::ValidateHostName(char* name) {
-  if (name[0] == '\0') FillInHostName(name);
-  if (name[0] == '\0' || !IsAscii(name)) {
-    my_strlcpy(name, kFallbackName, kHostnameSize);
-    return;
-  }
-  const std::string allowed = AllowedPart(name);
-  if (allowed != name) my_strlcpy(name, allowed.c_str(), kHostnameSize);
-}
+void CTabNetwork::ValidateHostName(char* name) { RepairHostName(name); }

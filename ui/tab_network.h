@@ -1,19 +1,17 @@
 // The tab "Network": the scanners on the network and this computer's name on them.
 #pragma once
 
-#include <cstddef>
 #include <memory>
 
 #include "ui/device_survey.h"
 #include "ui/entry_no_wide.h"
+#include "ui/host_name.h"
 #include "xwidgets/buttons.h"
 #include "xwidgets/layout.h"
 #include "xwidgets/lists.h"
 #include "xwidgets/tab_base.h"
 
 class CMainTabs;
-
-constexpr std::size_t kHostnameSize = 64;  // this computer's name, with its NUL
 
 // The page that lists the scanners found, opens their web pages, and holds the name under which
 // this computer stands on them and whether it does. Apply registers this computer on every listed
@@ -59,10 +57,7 @@ class CTabNetwork : public xTabBase {
   // 1 if this computer is to be listed on the scanners, else 0.
   int getPCNameListUp();
 
-  // Repairs a name in place; `name` has room for 64 bytes at least. An empty one becomes this
-  // computer's host name. One with characters outside ASCII, or that is still empty, becomes
-  // "Linux-PC". From any other the characters that the name entry refuses are taken out, which may
-  // leave nothing, and what is left is then cut to 63 bytes.
+  // Repairs a name in place, see RepairHostName; `name` has room for 64 bytes at least.
   void ValidateHostName(char* name);
 
   // Refills the device list from the devices found.
