@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const Image image = LoadRgba(argv[2]);
-  if (image == nullptr) return 1;
+  if (image == nullptr) return 2;
   if (!Write(argv[3], argv[1], Serialize(image.get()))) {
     fprintf(stderr, "make-bitmap: %s: cannot be written\n", argv[3]);
     return 1;
