@@ -227,6 +227,20 @@ TEST(SnmpBuild, NeedsRoomForTheWholeMessage) {
   }
 }
 
+TEST(SnmpBuild, NeedsRoomForACommunityLongerThanTheRest) {
+  const SnmpPduPtr pdu = NewPdu(kPduGet);
+  free(pdu->community);
+  pdu->community = MallocCopy(Bytes(100, 'c'));
+  pdu->community_length = 100;
+  // Header 4, version 3, community 102, GetRequest without variables 16.
+  EXPECT_EQ(Build(pdu.get(), 125).result, 0);
+  for (int capacity = 0; capacity < 125; ++capacity) {
+    const Built built = Build(pdu.get(), capacity);
+    EXPECT_EQ(built.result, -1) << capacity;
+    EXPECT_EQ(built.length, capacity);
+  }
+}
+
 TEST(SnmpBuild, RefusesOtherVersions) {
   const SnmpPduPtr pdu = NewSysNameRequest(kPduGet);
   for (int version : {1, 3, -1}) {

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netdb.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -27,6 +28,27 @@ namespace {
 
 // Fails in the resolver itself, so that no name server is asked.
 constexpr char kUnknownHost[] = "no..such.host";
+
+// What the resolver needs to store the host it finds.
+size_t size_of_host_entry = 0;
+
+}  // namespace
+
+// The linker puts these in front of the real function.
+extern "C" {
+int __real_gethostbyname_r(const char* name, hostent* entry, char* buffer, size_t size,
+                           hostent** result, int* error);
+int __wrap_gethostbyname_r(const char* name, hostent* entry, char* buffer, size_t size,
+                           hostent** result, int* error);
+}
+
+int __wrap_gethostbyname_r(const char* name, hostent* entry, char* buffer, size_t size,
+                           hostent** result, int* error) {
+  if (size < size_of_host_entry) return ERANGE;
+  return __real_gethostbyname_r(name, entry, buffer, size, result, error);
+}
+
+namespace {
 
 // A socket on loopback to receive on.
 class Receiver {
@@ -218,6 +240,14 @@ TEST(Transport, BroadcastAddressPassesTheHostNameLookUp) {
   in_addr address{};
   EXPECT_EQ(0, net_resolve("255.255.255.255", &address));
   EXPECT_EQ("255.255.255.255", fake_network::Text(address));
+}
+
+TEST(Resolve, HostWithManyNamesAndAddressesIsFoundToo) {
+  size_of_host_entry = 5000;
+  in_addr address{};
+  EXPECT_EQ(0, net_resolve("localhost", &address));
+  EXPECT_EQ(htonl(INADDR_LOOPBACK), address.s_addr);
+  size_of_host_entry = 0;
 }
 
 TEST_F(CommandPortTest, SendsOneDatagramToTheCommandPort) {
