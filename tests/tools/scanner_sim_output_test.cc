@@ -67,6 +67,48 @@ TEST(LogLine, OfARequestHoldsEverythingThatItSays) {
       "00\"}");
 }
 
+TEST(LogLine, NamesEveryTypeOfValueAndKeepsValuesThatItCannotRead) {
+  // SET of one object to each type, the last one unknown.
+  const Bytes bytes = from_hex(
+                          "30 75 02 01 00 04 01 70 a3 6d 02 01 01 02 01 00 02 01 00 30 62"
+                          "30 09 06 02 2b 01 02 03 01 e2 40"
+                          "30 08 06 02 2b 02 04 02 68 69"
+                          "30 08 06 02 2b 03 04 02 ff 00"
+                          "30 08 06 02 2b 04 06 02 2b 81"
+                          "30 0a 06 02 2b 05 40 04 0a 4d 00 05"
+                          "30 07 06 02 2b 06 41 01 07"
+                          "30 07 06 02 2b 07 42 01 08"
+                          "30 07 06 02 2b 08 43 01 09"
+                          "30 07 06 02 2b 09 44 01 0a"
+                          "30 07 06 02 2b 0a 46 01 0b")
+                          .value();
+  EXPECT_EQ(understanding_json(understand(Protocol::kSnmp, bytes)),
+            "{\"pdu\":\"set\",\"version\":0,\"community\":\"p\",\"request_id\":1,"
+            "\"error_status\":0,\"error_index\":0,\"variables\":["
+            "{\"object\":\"1.3.1\",\"type\":\"integer\",\"value\":\"123456\"},"
+            "{\"object\":\"1.3.2\",\"type\":\"string\",\"value\":\"hi\"},"
+            "{\"object\":\"1.3.3\",\"type\":\"string\",\"value\":\"ff:00\"},"
+            "{\"object\":\"1.3.4\",\"type\":\"oid\",\"value\":\"2b:81\"},"
+            "{\"object\":\"1.3.5\",\"type\":\"address\",\"value\":\"10.77.0.5\"},"
+            "{\"object\":\"1.3.6\",\"type\":\"counter\",\"value\":\"7\"},"
+            "{\"object\":\"1.3.7\",\"type\":\"gauge\",\"value\":\"8\"},"
+            "{\"object\":\"1.3.8\",\"type\":\"ticks\",\"value\":\"9\"},"
+            "{\"object\":\"1.3.9\",\"type\":\"opaque\",\"value\":\"0a\"},"
+            "{\"object\":\"1.3.10\",\"type\":\"46\",\"value\":\"0b\"}],"
+            "\"remarks\":[]}");
+}
+
+TEST(LogLine, RemarksOnBytesThatBelongToNothing) {
+  const Bytes bytes = from_hex(
+                          "30 24 02 01 00 04 01 70 a0 1a 02 01 01 02 01 00 02 01 00"
+                          "30 0c 30 0a 06 02 2b 01 05 00 99 99 99 99 99 99 99 88 77 66")
+                          .value();
+  EXPECT_THAT(understanding_json(understand(Protocol::kSnmp, bytes)),
+              testing::HasSubstr("\"remarks\":[\"3 bytes after the variable list\","
+                                 "\"4 bytes after a value\",\"2 bytes after the PDU\","
+                                 "\"1 bytes after the message\"]"));
+}
+
 TEST(LogLine, OfACommandHoldsTheComputer) {
   const Bytes bytes = from_hex(
                           "4d 46 50 50 30 32 30 30 4d 4c 30 31 39 30 31 03 1c 00 00 00"

@@ -278,6 +278,11 @@ TEST(Rules, SetTheHeadOfTheAnswer) {
   EXPECT_EQ(answer.bindings.size(), 2U);
 }
 
+TEST(Rules, SetTheRequestIdOfTheQuestionAgain) {
+  CScanner scanner = make_scanner({{"answer_request_id", "-1"}, {"answer_request_id", "same"}});
+  EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex(kModelAnswer));
+}
+
 TEST(Rules, SetAFixedRequestIdAndAnEmptyList) {
   CScanner scanner = make_scanner({{"answer_request_id", "-1"}, {"answer_bindings", "0"}});
   EXPECT_EQ(AnswerHex(&scanner, kModelOid), Hex("30 18"

@@ -417,6 +417,11 @@ TEST_F(Scenario, TextTooLongForItsLengthFormIsNamedWithItsLine) {
   EXPECT_THAT(Refusal("[scanner A]\n"), testing::StartsWith("--set name=long: A: "));
 }
 
+TEST_F(Scenario, AnswerTooLongWithoutATextToBlameIsNamedWithItsScanner) {
+  EXPECT_THAT(Refusal("\n[scanner " + std::string(87, 'n') + "]\n"),
+              testing::StartsWith(":2: " + std::string(87, 'n') + ": the answer about name "));
+}
+
 TEST_F(Scenario, SetForAScannerThatIsNotThereIsRefused) {
   m_Request.settings.push_back({"C", {"--set C:name=x", "name", "x"}});
   EXPECT_EQ(Refusal("[scanner A]\n"), "--set C:name=x: there is no scanner \"C\"");

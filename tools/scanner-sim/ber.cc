@@ -110,8 +110,6 @@ Bytes integer_contents(int64_t value) {
   return contents;
 }
 
-Bytes unsigned_contents(uint32_t value) { return integer_contents(value); }
-
 std::optional<Oid> parse_oid(const std::string& text) {
   Oid oid;
   size_t start = 0;

@@ -64,9 +64,6 @@ void append_element(Bytes* out, uint8_t tag, const Bytes& contents, LengthForm f
 // Contents of an INTEGER in as few bytes as two's complement allows.
 Bytes integer_contents(int64_t value);
 
-// Contents of a Counter, Gauge or TimeTicks: as an INTEGER, but never negative.
-Bytes unsigned_contents(uint32_t value);
-
 // "1.3.6.1" to numbers; nothing unless it is two or more numbers of 32 bits with points between
 // them, the first at most 2 and, for 0 and 1, the second at most 39.
 std::optional<Oid> parse_oid(const std::string& text);
