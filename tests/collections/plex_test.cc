@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <new>
 
 #include "tests/collections/thrown_text.h"
 
 namespace {
 
+// While it is set, memory comes as another block has left it.
+bool g_used = false;
 // While it is set, the next allocation is refused and its size noted.
 bool g_refuse = false;
 std::size_t g_refusedSize = 0;
@@ -22,7 +25,10 @@ void* __real__Znwm(std::size_t size);
 void* __wrap__Znwm(std::size_t size);
 
 void* __wrap__Znwm(std::size_t size) {
-  if (!g_refuse) return __real__Znwm(size);
+  if (!g_refuse) {
+    void* block = __real__Znwm(size);
+    return g_used ? memset(block, 0xA5, size) : block;
+  }
   g_refuse = false;
   g_refusedSize = size;
   throw std::bad_alloc();
@@ -47,7 +53,9 @@ TEST(Plex, ElementSizeOfZeroIsRefused) {
 
 TEST(Plex, PayloadFollowsTheHeaderAndIsZero) {
   CPlex* head = nullptr;
+  g_used = true;
   CPlex* block = CPlex::Create(head, 10, 24);
+  g_used = false;
   const auto* payload = static_cast<const unsigned char*>(block->data());
   EXPECT_EQ(payload, reinterpret_cast<const unsigned char*>(block) + sizeof(void*));
   EXPECT_TRUE(std::all_of(payload, payload + 240, [](unsigned char byte) { return byte == 0; }));
