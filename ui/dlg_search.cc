@@ -34,10 +34,11 @@ using Machines = MallocPtr<MACHINEINFO>;
 struct SearchState {
   explicit SearchState(CDlgSearch* owner) : dialog(owner) {}
 
-  std::mutex mutex;    // for machines and count, and for the start of the search
+  std::mutex mutex;    // for all but the dialog, and for the start of the search
   CDlgSearch* dialog;  // main thread only; null once the search is over
   Machines machines;
   int count = 0;
+  std::shared_ptr<SearchState> itself;  // while the main loop has it
 };
 
 std::atomic<int> bCancel{0};
@@ -68,7 +69,7 @@ void Pause() {
 
 // Gives the dialog, if it still waits for it, the result and ends it. Runs in the main loop.
 gboolean OnSearchEnd(gpointer data) {
-  SearchState* state = static_cast<SharedState*>(data)->get();
+  auto* state = static_cast<SearchState*>(data);
   CDlgSearch* dialog = std::exchange(state->dialog, nullptr);
   if (dialog == nullptr || dialog->GetWidget() == nullptr) return FALSE;
   {
@@ -79,12 +80,22 @@ gboolean OnSearchEnd(gpointer data) {
   return FALSE;
 }
 
+// The main loop is done with it.
+void ReleaseState(gpointer data) {
+  auto* state = static_cast<SearchState*>(data);
+  SharedState itself;  // let go of after the lock
+  const std::lock_guard<std::mutex> lock(state->mutex);
+  itself.swap(state->itself);
+}
+
 // Sends the main loop to OnSearchEnd. GLib holds a lock while it wakes the loop up with a write,
-// which is a cancellation point.
+// which is a cancellation point. The lock of the state lets checkers of threads, which do not see
+// GLib's, see that the loop comes after this.
 void EndSearch(const SharedState& state) {
   const CancellationOff guard;
-  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, OnSearchEnd, new SharedState(state),
-                  [](gpointer shared) { delete static_cast<SharedState*>(shared); });
+  const std::lock_guard<std::mutex> lock(state->mutex);
+  state->itself = state;
+  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, OnSearchEnd, state.get(), ReleaseState);
 }
 
 }  // namespace
@@ -163,7 +174,16 @@ void CDlgSearch::OnNofityBtnClicked(unsigned int id) {
   bCancel = 1;
   myDbgFunc(DBG_PREFIX "CDlgSearch::OnNofityBtnClicked ID_SEARCH_CANCEL\n", DBG_HERE);
   CancelWorker();
+  TakeBack();
   gtk_dialog_response(GTK_DIALOG(m_pWidget), kCancelled);
+}
+
+// Takes back what the search has handed over and nobody has fetched. A click that the main loop
+// handles right behind the end of the search, before the dialog has closed, still cancels it.
+void CDlgSearch::TakeBack() {
+  if (m_pState == nullptr || m_pMachines == nullptr || m_pWidget == nullptr) return;
+  m_pState->machines.reset(m_pMachines);
+  setMachines(nullptr, 0);
 }
 
 // The Escape key ends a GTK dialog even if it has no close button.

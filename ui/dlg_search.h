@@ -42,8 +42,8 @@ class CDlgSearch : public xDialog {
   // Does nothing.
   void OnEndDialog(int result) override;
 
-  // The devices found, allocated with malloc, or null. The caller takes the array over: the dialog
-  // never frees it.
+  // The devices found, allocated with malloc, or null unless DoModel has returned 1. The caller
+  // takes the array over: the dialog never frees it.
   MACHINEINFO* getMachines() const { return m_pMachines; }
 
   // The number of devices found.
@@ -69,6 +69,7 @@ class CDlgSearch : public xDialog {
 
   void StartWorker();
   void CancelWorker();
+  void TakeBack();
 };
 
 // The worker: runs the survey and, unless the search is cancelled by then, hands the devices over a

@@ -1,0 +1,350 @@
+// Tests of a search that is cancelled in its last moments, while the worker hands the devices over
+// to the main loop: at every step of that, many times, with the worker held there and running on.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "app/cancellation_off.h"
+#include "app/debug_log.h"
+#include "tests/ui/ui_fixture.h"
+
+// Where the sanitizers have an allocator of their own, only they know what is allocated.
+extern "C" size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+
+// The linker sends the calls of these here, see CMakeLists.txt.
+extern "C" {
+int __real_usleep(useconds_t microseconds);
+int __wrap_usleep(useconds_t microseconds);
+gint64 __real_g_get_monotonic_time();
+gint64 __wrap_g_get_monotonic_time();
+guint __real_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
+                             GDestroyNotify notify);
+guint __wrap_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
+                             GDestroyNotify notify);
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument);
+}
+
+namespace {
+
+// The worker's way from the survey to its end, step by step.
+enum Step {
+  kNowhere,
+  kFlagRead,     // it has seen that nobody cancelled, the devices are still its own
+  kPauseBegins,  // the devices are stored
+  kInPause,      // it sleeps
+  kPauseEnds,
+  kBeforeAsking,  // about to send the main loop to the devices; cancelling is put off
+  kAfterAsking,   // has sent it; cancelling is still put off
+  kSaidEnd,       // nothing is left to do
+};
+
+constexpr Step kSteps[] = {kFlagRead,     kPauseBegins, kInPause, kPauseEnds,
+                           kBeforeAsking, kAfterAsking, kSaidEnd};
+
+// The sanitizers take their time.
+const int kTimes = __sanitizer_get_current_allocated_bytes != nullptr ? 60 : 100;
+
+// Bytes that a search may leave behind more than another. Its devices take more.
+constexpr long kTolerance = 400;
+
+std::atomic<Step> hold_at{kNowhere};
+std::atomic<bool> reached{false};
+std::atomic<bool> go_on{false};
+bool no_threads = false;
+
+// What the worker has slept less than it asked for.
+thread_local gint64 skipped = 0;
+
+// Called by the worker. Tells the test that it is at this step, and waits there if it is to be
+// held.
+void Reach(Step step) {
+  if (step != hold_at) return;
+  reached = true;
+  const CancellationOff guard;
+  while (!go_on) __real_usleep(20);
+}
+
+__attribute__((format(printf, 1, 2))) void StepByLine(const char* format, ...) {
+  if (strstr(format, "search_thread bCancel=") != nullptr) Reach(kFlagRead);
+  if (strstr(format, "search_thread End") != nullptr) Reach(kSaidEnd);
+}
+
+}  // namespace
+
+// The worker's pause takes no time, apart from a moment in which it can be cancelled.
+int __wrap_usleep(useconds_t microseconds) {
+  Reach(kPauseBegins);
+  if (hold_at == kInPause) {
+    reached = true;
+    while (!go_on) __real_usleep(20);
+  }
+  __real_usleep(1);
+  skipped += microseconds;
+  Reach(kPauseEnds);
+  return 0;
+}
+
+gint64 __wrap_g_get_monotonic_time() { return __real_g_get_monotonic_time() + skipped; }
+
+guint __wrap_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
+                             GDestroyNotify notify) {
+  Reach(kBeforeAsking);
+  const guint id = __real_g_idle_add_full(priority, function, data, notify);
+  Reach(kAfterAsking);
+  return id;
+}
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument) {
+  return no_threads ? EAGAIN : __real_pthread_create(thread, attributes, entry, argument);
+}
+
+namespace {
+
+using namespace ui_test;
+
+const std::vector<fake_scanners::Device> kTwoDevices = {{"Veltrana T55", "reception", "10.77.0.64"},
+                                                        {"Veltrana T70", "archive", "10.77.0.65"}};
+
+// The fields of the dialog.
+struct Dialog : CDlgSearch {
+  static constexpr auto Cancel = &Dialog::m_pCancel;
+};
+
+gboolean CallOnce(gpointer function) {
+  (*static_cast<std::function<void()>*>(function))();
+  return FALSE;
+}
+
+// Does `action` in the main loop, as one of its idle functions.
+class InMainLoop {
+ public:
+  explicit InMainLoop(std::function<void()> action, gint priority = G_PRIORITY_HIGH)
+      : m_Action(std::move(action)),
+        m_nSource(__real_g_idle_add_full(priority, Run, this, nullptr)) {}
+  ~InMainLoop() {
+    if (m_nSource != 0) g_source_remove(m_nSource);
+  }
+  InMainLoop(const InMainLoop&) = delete;
+  InMainLoop& operator=(const InMainLoop&) = delete;
+
+ private:
+  static gboolean Run(gpointer data) {
+    auto* self = static_cast<InMainLoop*>(data);
+    self->m_nSource = 0;
+    self->m_Action();
+    return FALSE;
+  }
+
+  std::function<void()> m_Action;
+  guint m_nSource;
+};
+
+class DlgSearchHandOverTest : public UiTest {
+ protected:
+  void SetUp() override {
+    UiTest::SetUp();
+    no_threads = false;
+    m_pApp->MakeWindow();
+    fake_scanners::SetDevices(kTwoDevices);
+    myDbgFunc = StepByLine;
+  }
+  void TearDown() override {
+    m_pSearch.reset();
+    myDbgFunc = myDbgNop;
+    UiTest::TearDown();
+  }
+
+  // A new dialog whose worker stops at this step, or at none.
+  void Make(Step step) {
+    m_pSearch.reset();
+    reached = false;
+    go_on = false;
+    hold_at = step;
+    m_pSearch = std::make_unique<CDlgSearch>(&Window());
+  }
+  CDlgSearch& Search() { return *m_pSearch; }
+  void ClickCancel() { Click(*(Search().*Dialog::Cancel)); }
+
+  // Waits, without the main loop, until the worker is at the step.
+  static bool WorkerIsThere() {
+    const gint64 deadline = g_get_monotonic_time() + gint64{gtk_test::kPatienceMs} * 1000;
+    while (!reached && g_get_monotonic_time() < deadline) __real_usleep(20);
+    return reached;
+  }
+
+  // What is true of every search that ended with this result.
+  void ExpectAllOrNothing(int result) {
+    ASSERT_TRUE(result == 1 || result == 2) << result;
+    if (result == 2) {
+      EXPECT_EQ(nullptr, Search().getMachines());
+      EXPECT_EQ(0, Search().getMachineNum());
+      EXPECT_EQ(1, bCancel);
+      return;
+    }
+    ASSERT_EQ(2, Search().getMachineNum());
+    EXPECT_STREQ("reception", Search().getMachines()[0].szMachineName);
+    EXPECT_STREQ("10.77.0.65", Search().getMachines()[1].szIPAddress);
+    EXPECT_EQ(0, bCancel);
+    free(Search().getMachines());
+  }
+
+  std::unique_ptr<CDlgSearch> m_pSearch;
+};
+
+TEST_F(DlgSearchHandOverTest, CancelWinsAtEveryStepOfAWorkerThatIsHeldThere) {
+  for (const Step step : kSteps) {
+    for (int i = 0; i < kTimes; ++i) {
+      Make(step);
+      const InMainLoop cancel([&] {
+        EXPECT_TRUE(WorkerIsThere());
+        ClickCancel();
+        go_on = true;
+      });
+      const int result = Search().DoModel();
+      ASSERT_EQ(2, result) << "step " << step;
+      ExpectAllOrNothing(result);
+    }
+  }
+}
+
+// The main loop is kept busy until the click, the worker is not.
+TEST_F(DlgSearchHandOverTest, CancelWinsWhereverTheWorkerIsWhenItIsClicked) {
+  std::mt19937 random(1);
+  for (const Step step : kSteps) {
+    for (int i = 0; i < kTimes; ++i) {
+      Make(step);
+      const auto later = static_cast<useconds_t>(random() % 150);
+      const InMainLoop cancel([&] {
+        EXPECT_TRUE(WorkerIsThere());
+        go_on = true;
+        __real_usleep(later);
+        ClickCancel();
+      });
+      const int result = Search().DoModel();
+      ASSERT_EQ(2, result) << "step " << step;
+      ExpectAllOrNothing(result);
+    }
+  }
+}
+
+// Neither waits for the other: whichever the main loop sees first decides.
+TEST_F(DlgSearchHandOverTest, CancelAndEndThatRaceGiveAllOrNothing) {
+  std::mt19937 random(2);
+  int results[3] = {};
+  gint64 moment = 1000;  // after which about half of the searches are over
+  for (int i = 0; i < 6 * kTimes; ++i) {
+    Make(kNowhere);
+    const auto later = moment + static_cast<gint64>(random() % 200);
+    const gint priority = random() % 2 == 0 ? G_PRIORITY_DEFAULT : G_PRIORITY_DEFAULT_IDLE;
+    std::function<void()> click = [&] { ClickCancel(); };
+    GSource* source = g_timeout_source_new(0);
+    g_source_set_ready_time(source, g_get_monotonic_time() + later);
+    g_source_set_priority(source, priority);
+    g_source_set_callback(source, CallOnce, &click, nullptr);
+    g_source_attach(source, nullptr);
+    const int result = Search().DoModel();
+    g_source_destroy(source);
+    g_source_unref(source);
+    ASSERT_NO_FATAL_FAILURE(ExpectAllOrNothing(result));
+    ++results[result];
+    moment = std::max<gint64>(0, moment + (result == 1 ? -100 : 100));
+  }
+  printf("%d ended, %d were cancelled\n", results[1], results[2]);
+  EXPECT_GT(results[1], 0);
+  EXPECT_GT(results[2], 0);
+}
+
+// The click is handled in the same round of the main loop as the end of the search, right behind
+// it, which is where the clicks of assistive technologies are handled.
+TEST_F(DlgSearchHandOverTest, CancelBehindTheEndTakesTheDevicesBack) {
+  for (int i = 0; i < kTimes; ++i) {
+    Make(kSaidEnd);
+    std::unique_ptr<InMainLoop> click;
+    const InMainLoop wait([&] {
+      EXPECT_TRUE(WorkerIsThere());
+      go_on = true;
+      click = std::make_unique<InMainLoop>([&] { ClickCancel(); }, G_PRIORITY_DEFAULT_IDLE);
+    });
+    const int result = Search().DoModel();
+    ASSERT_EQ(2, result);
+    ExpectAllOrNothing(result);
+  }
+}
+
+long AllocatedBytes() {
+  if (__sanitizer_get_current_allocated_bytes != nullptr) {
+    return static_cast<long>(__sanitizer_get_current_allocated_bytes());
+  }
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<long>(info.uordblks + info.hblkhd);
+}
+
+// How many more bytes are in use after a search, on average. Of several rows of searches the one
+// that takes least counts: in the others some table of GTK's may have grown.
+long BytesLeftBy(const std::function<void()>& search) {
+  constexpr int kRow = 20;
+  long least = LONG_MAX;
+  for (int row = 0; row < kTimes / kRow; ++row) {
+    const long before = AllocatedBytes();
+    for (int i = 0; i < kRow; ++i) {
+      search();
+      gtk_test::Pump();
+    }
+    least = std::min(least, (AllocatedBytes() - before) / kRow);
+  }
+  return least;
+}
+
+// Dialogs leave widgets behind, and checkers may remember every thread. A search, however it ends,
+// leaves nothing besides.
+TEST_F(DlgSearchHandOverTest, SearchesTakeNoMoreMemoryThanTheirDialogs) {
+  const auto without_worker = [&] {
+    std::thread([] {}).join();
+    no_threads = true;
+    Make(kNowhere);
+    const InMainLoop cancel([&] { ClickCancel(); }, G_PRIORITY_DEFAULT_IDLE);
+    EXPECT_EQ(2, Search().DoModel());
+    m_pSearch.reset();
+  };
+  const auto cancelled = [&](Step step) {
+    no_threads = false;
+    Make(step);
+    const InMainLoop cancel([&] {
+      EXPECT_TRUE(WorkerIsThere());
+      go_on = true;
+      ClickCancel();
+    });
+    EXPECT_EQ(2, Search().DoModel());
+    m_pSearch.reset();
+  };
+  const auto finished = [&] {
+    no_threads = false;
+    Make(kNowhere);
+    EXPECT_EQ(1, Search().DoModel());
+    free(Search().getMachines());
+    m_pSearch.reset();
+  };
+  const long dialogs = BytesLeftBy(without_worker);
+  printf("a dialog: %ld\n", dialogs);
+  for (const Step step : kSteps) {
+    const long taken = BytesLeftBy([&] { cancelled(step); });
+    printf("cancelled at step %d: %ld\n", step, taken);
+    EXPECT_LE(taken, dialogs + kTolerance) << "step " << step;
+  }
+  const long taken = BytesLeftBy(finished);
+  printf("finished: %ld\n", taken);
+  EXPECT_LE(taken, dialogs + kTolerance);
+}
+
+}  // namespace
