@@ -1,6 +1,5 @@
 """Runs one program of script/soak. Runs inside script/lab --accessibility."""
 import argparse
-import os
 import pathlib
 import random
 import sys
@@ -10,7 +9,7 @@ TOP = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(TOP / "tools"))
 
 from desktop_driver import main_window, program  # noqa: E402  (needs the line above)
-from soak.searches import Searches  # noqa: E402
+from soak.searches import Searches, environment  # noqa: E402
 
 FIRST_CYCLES = 10
 TELL_EVERY = 25
@@ -71,11 +70,8 @@ def parse():
 def main():
     options = parse()
     program.switch_debug_on("err")
-    # Leaks are GTK's, and what every dialog leaves behind. Freed memory that is kept to recognise
-    # its use would look like growth.
-    asan = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0:quarantine_size_mb=8"
     try:
-        with program.Program(options.program, environment={"ASAN_OPTIONS": asan}) as tool:
+        with program.Program(options.program, environment=environment()) as tool:
             Soak(options, tool).run()
     except AssertionError as failure:
         print(f"{options.label}: FAILED: {failure}", flush=True)
