@@ -17,8 +17,9 @@ import pytest
 TOP = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(TOP / "tools"))
 
-pytest.register_assert_rewrite("desktop_driver.main_window")
+pytest.register_assert_rewrite("desktop_driver.main_window", "hostile", "hostile_answers")
 from desktop_driver import main_window, program, scanners  # noqa: E402  (needs the lines above)
+from packet_cannon import office as cannon  # noqa: E402  (needs the lines above)
 
 # What the program, and GTK for it, leave in the home folder.
 HOME_LEFTOVERS = (
@@ -172,3 +173,10 @@ def start_scanners(tmp_path):
             return stack.enter_context(scanners.Scanners(simulator, *words, *arguments))
 
         yield start
+
+
+@pytest.fixture
+def office():
+    """All scanners of the lab's office, which answer what the test's script says: office.script."""
+    with cannon.Office() as peers:
+        yield peers

@@ -1,0 +1,156 @@
+"""The program under fire: its searches, what it writes about them, what it uses of the machine."""
+import random
+import re
+import time
+
+from desktop_driver import program
+from desktop_driver.main_window import NETWORK
+from desktop_driver.waiting import wait_until
+from packet_cannon import damage, messages
+from packet_cannon.office import Send
+from soak.resources import Watch
+
+# What a survey may take beyond its waits and round trips, on a busy machine with sanitizers.
+SLACK_SECONDS = 4.0
+GATHERING_SECONDS = 1.0
+ANSWER_SECONDS = 3.0
+PAUSE_SECONDS = 1.0
+
+# Freed memory that the address sanitizer keeps, to recognise its use, would look like growth.
+ENVIRONMENT = {"ASAN_OPTIONS": "detect_leaks=0:quarantine_size_mb=8"}
+
+# What each search leaves behind in KiB: the widgets of its dialog.
+MEMORY_PER_SEARCH = 64
+FIRST_SEARCHES = 3
+
+HONEST = "10.77.0.101"
+TEXTS = {"model": b"T55_E", "vendor": b"Veltrana", "name": b"Reception"}
+HONEST_ROW = ["Veltrana T55", "Reception", HONEST]
+
+
+def honest_answer(asked, texts=None):
+    """What a scanner answers that has these texts."""
+    question = asked.question
+    if question.kind == "discovery":
+        return messages.discovery_answer(question)
+    if question.kind in messages.COMMANDS.values():
+        return messages.reply(question)
+    return messages.text_answer(question, (texts or TEXTS)[question.kind])
+
+
+def honest(asked, source=None, delay=0.0):
+    """The answer of an honest scanner, from the address that was asked or another one."""
+    kind = asked.question.kind
+    port = messages.COMMAND_PORT if kind in messages.COMMANDS.values() else messages.SNMP_PORT
+    return Send(honest_answer(asked), source or asked.address, delay, port)
+
+
+def no_such_object(asked):
+    """The answer of an agent that does not know what it is asked for: it is asked no more."""
+    return Send(messages.text_answer(asked.question, b"", error_status=2), asked.address)
+
+
+def everything_wrong(valid, how_many=500):
+    """All that can be wrong with an answer, and so many of each kind that is random, shuffled."""
+    generator = random.Random(damage.SEED)
+    print(f"random numbers from seed {damage.SEED}")
+    wrong = [
+        *damage.cut(valid),
+        *damage.false_lengths(valid),
+        *damage.noise(generator, how_many),
+        *damage.half_right(generator, valid, how_many),
+        *damage.damaged(generator, valid, how_many),
+        *damage.sizes(generator, valid),
+    ]
+    generator.shuffle(wrong)
+    return wrong
+
+
+class LooseWatch(Watch):
+    """For tests that read long lists: the accessibility library keeps what it has told about."""
+
+    SLACK = Watch.SLACK + 20480
+
+
+class Target:
+    """A running program whose Network page is in front, with its debug lines."""
+
+    def __init__(self, window, office, watch=Watch):
+        self.window = window
+        self.office = office
+        self.pid = window.tool.process.pid
+        self._begin = 0
+        self.lines = self._new_lines()
+        window.show_page(NETWORK)
+        self._watch = watch(self.pid, FIRST_SEARCHES, MEMORY_PER_SEARCH)
+
+    def _new_lines(self):
+        piece = self.window.tool.errors_from(self._begin)
+        self._begin += len(piece)
+        return piece
+
+    def search(self, seconds=60.0):
+        """Searches to the end; then `lines` has what the program wrote meanwhile.
+
+        Gives the time that it took. Afterwards the program uses no more of the machine than after
+        the first searches.
+        """
+        self._new_lines()
+        self.lines = b""
+        begin = time.monotonic()
+        self.window.search.press()
+        self.wait_for_line(rb"CTabNetwork::SetMachineList end", seconds)
+        took = time.monotonic() - begin
+        self.window.wait_for_no_dialog()
+        self._watch.check()
+        return took
+
+    def wait_for_line(self, pattern, seconds=60.0):
+        """Waits for a debug line and gives the match."""
+
+        def look():
+            self.lines += self._new_lines()
+            return re.search(pattern, self.lines)
+
+        return wait_until(look, lambda: f"{pattern} in {self.lines[-300:]}", seconds)
+
+    def answers(self):
+        """How many answers the search counted."""
+        found = re.search(rb"searchMachine num=\((\d+)\)", self.lines)
+        return int(found[1]) if found else 0
+
+    def use(self):
+        """Threads, descriptors and memory after the last search."""
+        return self._watch.now
+
+    def rows(self):
+        return self.window.devices.rows()
+
+    def apply(self, name, seconds=60.0):
+        """Registers under another name on all that is listed; gives the time that it took."""
+        self.window.name_entry.type_over(name)
+        begin = time.monotonic()
+        self.window.wait_for_apply(seconds)
+        return time.monotonic() - begin
+
+    def check_right_search(self):
+        """One honest scanner is found and listed, and that takes its usual time."""
+        self.office.script = lambda asked: [
+            honest(asked, HONEST if asked.question.kind == "discovery" else None)
+        ]
+        took = self.search()
+        assert self.rows() == [HONEST_ROW]
+        assert GATHERING_SECONDS + PAUSE_SECONDS <= took
+        assert took < GATHERING_SECONDS + PAUSE_SECONDS + SLACK_SECONDS
+
+    def end(self):
+        """A last right search, and out."""
+        self.check_right_search()
+        self.window.cancel.press()
+        assert self.window.tool.wait_for_end() == 0
+
+
+def attack(open_window, office, watch=Watch):
+    """Starts the program and gives it as a Target."""
+    program.switch_debug_on("err")
+    return Target(open_window(environment=ENVIRONMENT), office, watch)

@@ -1,0 +1,6 @@
+"""Every change of one byte of the answers about a scanner's texts: part 1 of 3."""
+import hostile_answers
+
+
+def test_every_change_of_one_byte(open_window, office):
+    hostile_answers.run_every_change(open_window, office, 0, 3)
