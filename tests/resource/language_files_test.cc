@@ -97,9 +97,11 @@ bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// A label without its colon, as "Save to"; empty when it has none. Chinese has a colon of its own,
-// and French a no-break space before it.
+// A label without its colon and the mark of a letter, as "Save to"; empty when it has no colon.
+// Chinese has one of its own, and French a no-break space before it.
 std::string FieldName(std::string label) {
+  const std::size_t mark = label.find('_');
+  if (mark != std::string::npos) label.erase(mark, 1);
   for (const char* colon : {"\u00a0:", ":", "\uff1a"}) {
     if (!EndsWith(label, colon)) continue;
     label.resize(label.size() - std::string(colon).size());
