@@ -2,6 +2,7 @@
 #include "snmp/request.h"
 
 #include <arpa/inet.h>
+#include <malloc.h>
 
 #include <cstring>
 
@@ -72,6 +73,16 @@ SnmpPduListPtr DecodeAll(const packet_data_list* packets) {
     last = node;
   }
   return list;
+}
+
+// Counts the answers while it stores those that the array has room for. Answers beyond that are
+// counted without being stored; one that cannot be converted below it is not counted.
+int StoreAnswers(const snmp_pdu_list* list, snmp_simple_pdu* answers, int capacity) {
+  int counted = 0;
+  for (; list != nullptr; list = list->next) {
+    if (counted >= capacity || snmp_standard2simple(list->pdu, &answers[counted]) == 0) ++counted;
+  }
+  return counted;
 }
 
 // Request and answer record of a query for one variable.
@@ -180,16 +191,14 @@ int multi_snmp_request_simple(const char* address, unsigned int seconds, snmp_si
     DebugPrintf("ERROR: %s: snmp_simple2standard\n", __func__);
     return -1;
   }
-  const SnmpPduListPtr list(multi_snmp_request(address, seconds, standard_request.get()));
-  if (list == nullptr) return -1;
-  // Answers beyond the capacity are counted without being stored; one that cannot be converted
-  // below it is not counted.
-  int counted = 0;
-  for (const snmp_pdu_list* node = list.get(); node != nullptr; node = node->next) {
-    if (counted >= capacity || snmp_standard2simple(node->pdu, &answers[counted]) == 0) ++counted;
-  }
-  *count = counted;
-  return 0;
+  SnmpPduListPtr list(multi_snmp_request(address, seconds, standard_request.get()));
+  const bool answered = list != nullptr;
+  if (answered) *count = StoreAnswers(list.get(), answers, capacity);
+  list.reset();
+  // A flood of answers takes many megabytes, which the C library would keep: what is allocated next
+  // stays, and mostly lies behind them.
+  malloc_trim(0);
+  return answered ? 0 : -1;
 }
 
 int snmp_get(const char* address, const char* community, snmp_get_param* param) {
