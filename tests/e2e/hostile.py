@@ -15,6 +15,7 @@ SLACK_SECONDS = 4.0
 GATHERING_SECONDS = 1.0
 ANSWER_SECONDS = 3.0
 PAUSE_SECONDS = 1.0
+SEARCH_SECONDS = GATHERING_SECONDS + PAUSE_SECONDS  # when all answers come at once
 
 # Freed memory that the address sanitizer keeps, to recognise its use, would look like growth.
 ENVIRONMENT = {"ASAN_OPTIONS": "detect_leaks=0:quarantine_size_mb=8"}
@@ -22,6 +23,11 @@ ENVIRONMENT = {"ASAN_OPTIONS": "detect_leaks=0:quarantine_size_mb=8"}
 # What each search leaves behind in KiB: the widgets of its dialog.
 MEMORY_PER_SEARCH = 64
 FIRST_SEARCHES = 3
+
+REGISTRATION = re.compile(
+    rb"registerOneNetDevice ip=\((?P<ip>[\d.]+)\)|response\.command=0x(?P<code>\w+)"
+    rb"|client register command failed"
+)
 
 HONEST = "10.77.0.101"
 TEXTS = {"model": b"T55_E", "vendor": b"Veltrana", "name": b"Reception"}
@@ -80,6 +86,7 @@ class Target:
         self.office = office
         self.pid = window.tool.process.pid
         self._begin = 0
+        self._applied = 0
         self.lines = self._new_lines()
         window.show_page(NETWORK)
         self._watch = watch(self.pid, FIRST_SEARCHES, MEMORY_PER_SEARCH)
@@ -89,21 +96,29 @@ class Target:
         self._begin += len(piece)
         return piece
 
-    def search(self, seconds=60.0):
-        """Searches to the end; then `lines` has what the program wrote meanwhile.
-
-        Gives the time that it took. Afterwards the program uses no more of the machine than after
-        the first searches.
-        """
+    def forget_lines(self):
         self._new_lines()
         self.lines = b""
-        begin = time.monotonic()
+
+    def start_search(self):
+        self.forget_lines()
         self.window.search.press()
+
+    def wait_for_search(self, seconds=60.0):
+        """Waits for the end of a search. Then `lines` has what the program wrote meanwhile.
+
+        The program uses no more of the machine than after the first searches.
+        """
         self.wait_for_line(rb"CTabNetwork::SetMachineList end", seconds)
-        took = time.monotonic() - begin
         self.window.wait_for_no_dialog()
         self._watch.check()
-        return took
+
+    def search(self):
+        """Searches to the end; gives the time that it took."""
+        begin = time.monotonic()
+        self.start_search()
+        self.wait_for_search()
+        return time.monotonic() - begin
 
     def wait_for_line(self, pattern, seconds=60.0):
         """Waits for a debug line and gives the match."""
@@ -119,19 +134,33 @@ class Target:
         found = re.search(rb"searchMachine num=\((\d+)\)", self.lines)
         return int(found[1]) if found else 0
 
-    def use(self):
-        """Threads, descriptors and memory after the last search."""
-        return self._watch.now
-
     def rows(self):
         return self.window.devices.rows()
 
-    def apply(self, name, seconds=60.0):
-        """Registers under another name on all that is listed; gives the time that it took."""
-        self.window.name_entry.type_over(name)
+    def apply(self, seconds=60.0):
+        """Registers under another name on all that is listed; gives the time that it took.
+
+        `lines` and the use of the machine are as after a search.
+        """
+        self._applied += 1
+        self.window.name_entry.type_over(f"pc-{self._applied}")
+        self.forget_lines()
         begin = time.monotonic()
         self.window.wait_for_apply(seconds)
-        return time.monotonic() - begin
+        took = time.monotonic() - begin
+        self.lines = self._new_lines()
+        self._watch.check()
+        return took
+
+    def registered(self):
+        """What became of each registration since then: the address, and the code of the reply."""
+        result, address = [], None
+        for match in REGISTRATION.finditer(self.lines):
+            address = match["ip"] or address
+            if not match["ip"]:
+                code = int(match["code"], 16) if match["code"] else None
+                result.append((address.decode(), code))
+        return result
 
     def check_right_search(self):
         """One honest scanner is found and listed, and that takes its usual time."""
@@ -140,8 +169,7 @@ class Target:
         ]
         took = self.search()
         assert self.rows() == [HONEST_ROW]
-        assert GATHERING_SECONDS + PAUSE_SECONDS <= took
-        assert took < GATHERING_SECONDS + PAUSE_SECONDS + SLACK_SECONDS
+        assert SEARCH_SECONDS <= took < SEARCH_SECONDS + SLACK_SECONDS
 
     def end(self):
         """A last right search, and out."""

@@ -283,10 +283,27 @@ def row(address, model_answer, vendor_answer, name_answer):
     return [shown(model_name), shown(name[: MOST_TEXT - 1]), address]
 
 
-def attempt_is_answered(packet, reply):
+def is_reply(packet, reply):
     """Whether a reply has the sequence number of the command. What is cut off it reads as zeros."""
     return reply[:MOST_BYTES].ljust(14, b"\0")[12:14] == packet[12:14]
 
 
-def reply_code(reply):
-    return reply.ljust(16, b"\0")[15]
+def register_packets(exchange):
+    """How often a scanner is sent the register command, and the code of its last reply.
+
+    `exchange` gives, for the number of a packet from 0 on, the packet and the first datagram that
+    came back in time, or None. The code is None when the last three packets were not answered.
+    """
+    count = 0
+    for _exchange in range(3):
+        for _attempt in range(3):
+            packet, reply = exchange(count)
+            count += 1
+            if reply is not None and is_reply(packet, reply):
+                break
+        else:
+            return count, None
+        code = reply.ljust(16, b"\0")[15]
+        if code != 0xD4:
+            break
+    return count, code

@@ -1,13 +1,13 @@
 """Any number of scanners in the lab's office, in this very process.
 
-An Office owns all addresses of 10.77.64.0/18 and 10.77.0.64 to 10.77.1.255. It answers what the
-program asks at any of them with whatever a script says: other bytes, other addresses, other times.
+An Office owns all addresses of 10.77.64.0/18, of 192.0.2.0/24, and 10.77.0.64 to 10.77.1.255. It
+answers what the program asks at any of them with whatever a script says: other bytes, other
+addresses, other times.
 """
 import contextlib
 import ctypes
 import heapq
 import itertools
-import os
 import pathlib
 import re
 import select
@@ -25,8 +25,9 @@ CLONE_NEWNET = 0x40000000
 IP_PKTINFO = 8
 MOST_BYTES = 65536
 
-# Addresses for scanners beyond those that the lab gives the office.
-MORE_ADDRESSES = "10.77.64.0/18"
+# Addresses for scanners beyond those that the lab gives the office. The second are not in the
+# desk's network (RFC 5737 keeps them for examples); the office is its router.
+MORE_ADDRESSES = ("10.77.64.0/18", "192.0.2.0/24")
 
 # As many answers are sent at once as the program's socket surely keeps, whatever their size.
 BURST = 64
@@ -92,10 +93,10 @@ def unread_bytes(port):
     return int(found[1], 16) if found else None
 
 
-def desk_count(name):
-    """A counter of the desk's UDP, as /proc/net/snmp names it."""
+def desk_count(name, protocol="Udp"):
+    """A counter of the desk, as /proc/net/snmp names it."""
     lines = pathlib.Path("/proc/net/snmp").read_text().splitlines()
-    names, values = (line.split() for line in lines if line.startswith("Udp:"))
+    names, values = (line.split() for line in lines if line.startswith(f"{protocol}:"))
     return int(values[names.index(name)])
 
 
@@ -137,8 +138,9 @@ class Office:
 
     @staticmethod
     def _route(verb):
-        words = ["lab-office", "ip", "route", verb, "local", MORE_ADDRESSES, "dev", "lan0"]
-        subprocess.run(words, check=True)
+        for addresses in MORE_ADDRESSES:
+            words = ["lab-office", "ip", "route", verb, "local", addresses, "dev", "lan0"]
+            subprocess.run(words, check=True)
 
     def kinds(self):
         """The kinds of all questions so far, in order."""
@@ -147,6 +149,15 @@ class Office:
     def asked_for(self, *kinds):
         """The addresses that were asked questions of these kinds, in order."""
         return [asked.address for asked in self.asked if asked.question.kind in kinds]
+
+    def close(self, port):
+        """Closes a port of the scanners: from now on, what comes there is sent back by ICMP.
+
+        Only a script may call this.
+        """
+        opened = self._by_port.pop(port)
+        del self._sockets[opened]
+        opened.close()
 
     def send(self, port, answers, throttled=True):
         """Sends answers to a port of the desk at once, no faster than they are read there.
