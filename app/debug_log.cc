@@ -1,6 +1,7 @@
 // The debug log's sinks and the choice between them.
 #include "app/debug_log.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -15,6 +16,15 @@ constexpr char kLogSwitch[] = "/usr/local/share/veltrana/scanner/bin/VeltranaDVX
 constexpr char kLogFile[] = "/tmp/VeltranaDVXTools.log";
 
 bool Exists(const char* path) { return access(path, F_OK) == 0; }
+
+// As fopen with mode "a", but a pipe without a reader does not make the program wait for one.
+FILE* OpenLog() {
+  const int fd = open(kLogFile, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (fd < 0) return nullptr;
+  FILE* log = fdopen(fd, "a");
+  if (log == nullptr) close(fd);
+  return log;
+}
 
 }  // namespace
 
@@ -46,7 +56,7 @@ void myDbgOutputLog(const char* fmt, ...) {
   if (fmt == nullptr) return;
   // A search worker that is cancelled while it logs must not leave an open log behind.
   const CancellationOff guard;
-  FILE* log = fopen(kLogFile, "a");
+  FILE* log = OpenLog();
   if (log == nullptr) return;
   va_list args;
   va_start(args, fmt);

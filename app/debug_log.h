@@ -35,7 +35,8 @@ void myDbgNop(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 void myDbgOutputStderr(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 // Sink that appends to /tmp/VeltranaDVXTools.log, which is opened and closed for every line. A null
-// format writes nothing; a line whose file cannot be opened is lost.
+// format writes nothing; a line whose file cannot be opened is lost. It never waits: if the log is
+// a pipe, lines that nobody reads are lost too.
 void myDbgOutputLog(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 // Writes to standard error whatever the switch files say. The format must not be null.

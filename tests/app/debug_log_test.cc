@@ -248,6 +248,31 @@ TEST_F(DebugLogTest, LineIsLostWhenTheLogCannotBeOpened) {
   EXPECT_EQ(Read(kLogFile), "kept\n");
 }
 
+TEST_F(DebugLogTest, LogThatIsAPipeIsWrittenForItsReaderOnly) {
+  const int descriptors = CountDescriptors();
+  ASSERT_EQ(mkfifo(kLogFile, 0600), 0);
+  myDbgOutputLog("lost\n");
+  const int reader = open(kLogFile, O_RDONLY | O_NONBLOCK);
+  myDbgOutputLog("read\n");
+  char text[16] = {};
+  EXPECT_EQ(read(reader, text, sizeof(text)), 5);
+  EXPECT_STREQ(text, "read\n");
+  close(reader);
+  EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+TEST_F(DebugLogTest, LineIsLostWhenTheDiskIsFull) {
+  const int descriptors = CountDescriptors();
+  fs::create_symlink("/dev/full", kLogFile);
+  const StderrToFile capture;
+  myDbgOutputLog("lost\n");
+  EXPECT_EQ(StderrToFile::All(), "");
+  fs::remove(kLogFile);
+  myDbgOutputLog("kept\n");
+  EXPECT_EQ(Read(kLogFile), "kept\n");
+  EXPECT_EQ(CountDescriptors(), descriptors + 1) << "that of the capture only";
+}
+
 TEST_F(DebugLogTest, LinesOfTwoThreadsStayWhole) {
   constexpr int kLines = 500;
   const auto write = [](const char* name) {
