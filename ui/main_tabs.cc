@@ -64,7 +64,8 @@ FileText ReadWhole(FILE* file) {
 FileText ReadSettingsFile() {
   char path[kPathSize];
   BuildHomePath(path, kSettingsFile);
-  const int fd = open(path, O_RDONLY | O_CLOEXEC);
+  // Without O_NONBLOCK a pipe in place of the file would keep the program waiting for a writer.
+  const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     ReportReadError(252, "Setting File open Error");
     return nullptr;

@@ -563,6 +563,13 @@ TEST_F(MainTabsTest, AFolderInPlaceOfTheFileHoldsNoSettings) {
   EXPECT_EQ(ScanFolder(), EntryText(ScanEntry()));
 }
 
+TEST_F(MainTabsTest, APipeInPlaceOfTheFileHoldsNoSettingsAndIsNotWaitedFor) {
+  fs::create_directories(fs::path(SettingsFile()).parent_path());
+  ASSERT_EQ(0, mkfifo(SettingsFile().c_str(), 0600));
+  OpenWindow();
+  EXPECT_EQ(ScanFolder(), EntryText(ScanEntry()));
+}
+
 TEST_F(MainTabsTest, HomeComesFromThePasswordDatabase) {
   Write("/tmp/elsewhere/.VeltranaDVX/dvxtools.conf", "pcname=\"wrong\"\n");
   Write(SettingsFile(), "pcname=\"right\"\n");
