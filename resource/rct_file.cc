@@ -2,6 +2,7 @@
 #include "resource/rct_file.h"
 
 #include <strings.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -50,6 +51,19 @@ void WidenLocale(char* locale) {
   locale[3] = ToUpper(locale[0]);
   locale[4] = ToUpper(locale[1]);
   locale[5] = '\0';
+}
+
+// A pipe is no language file: opening it would wait for somebody to write, perhaps for ever.
+bool IsPipe(const char* path) {
+  struct stat info = {};
+  return stat(path, &info) == 0 && S_ISFIFO(info.st_mode);
+}
+
+// Reading a device may have no end.
+bool IsDevice(FILE* stream) {
+  struct stat info = {};
+  if (fstat(fileno(stream), &info) != 0) return false;
+  return S_ISCHR(info.st_mode) || S_ISBLK(info.st_mode);
 }
 
 char Unescape(char c) {
@@ -166,7 +180,7 @@ FILE* CRctFile::TryOpenRctFile(const char* dir, const char* name) {
   } kTries[] = {{ll_CC, "/"}, {ll, "/"}, {"en_US", "/"}, {"en", "/"}, {"", ""}};
   for (const auto& attempt : kTries) {
     snprintf(path.get(), size, "%s%s%s%s", dir, attempt.folder, attempt.separator, name);
-    FILE* stream = fopen(path.get(), "r");
+    FILE* stream = IsPipe(path.get()) ? nullptr : fopen(path.get(), "r");
     myDbgFunc(DBG_PREFIX "\tOpen RCT :'%s' %s\n", DBG_AT(150), path.get(),
               stream != nullptr ? "Success" : "Failed");
     if (stream != nullptr) return stream;
@@ -175,6 +189,7 @@ FILE* CRctFile::TryOpenRctFile(const char* dir, const char* name) {
 }
 
 int CRctFile::LoadRctFile(FILE* stream) {
+  if (IsDevice(stream)) return 0;
   char line[kLineSize];
   CRctStrings* current = nullptr;
   while (fgets(line, sizeof(line), stream) != nullptr) {

@@ -73,11 +73,12 @@ class CRctFile {
 
   // Opens the first of these files that can be opened, for the locale and language of LANG:
   // dir/ll_CC/name, dir/ll/name, dir/en_US/name, dir/en/name, dir/name. Returns null when there is
-  // none. The caller closes the stream. Each try is noted in the debug log.
+  // none. A pipe counts as one that cannot be opened, since opening it might never end. The caller
+  // closes the stream. Each try is noted in the debug log.
   static FILE* TryOpenRctFile(const char* dir, const char* name);
 
   // Reads the sections of an open file, which stays open, and adds them to those that are loaded.
-  // Returns as Load does.
+  // Returns as Load does. Of a device, whose content may have no end, nothing is read.
   int LoadRctFile(FILE* stream);
 
   // Replaces the escapes of a text in place and returns the text.

@@ -2,6 +2,7 @@
 #include "resource/rct_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -655,6 +656,27 @@ TEST_F(RctSearchTest, FolderOfThatNameEndsTheSearchWithoutTexts) {
   Lines tries;
   EXPECT_EQ(Found("sv_SE", &tries), "(none)");
   EXPECT_EQ(tries, (Lines{TryLine("sv_SE/T.RCT", "Success")}));
+}
+
+TEST_F(RctSearchTest, PipeIsPassedOver) {
+  fs::create_directories(m_szDir + "sv_SE");
+  ASSERT_EQ(mkfifo((m_szDir + "sv_SE/T.RCT").c_str(), 0600), 0);
+  Make("sv/T.RCT");
+  Lines tries;
+  EXPECT_EQ(Found("sv_SE", &tries), "sv/T.RCT");
+  EXPECT_EQ(tries, (Lines{TryLine("sv_SE/T.RCT", "Failed"), TryLine("sv/T.RCT", "Success")}));
+}
+
+TEST_F(RctSearchTest, DeviceEndsTheSearchAndIsNotRead) {
+  for (const char* device : {"/dev/null", "/dev/zero"}) {
+    fs::create_directories(m_szDir + "sv_SE");
+    fs::create_symlink(device, m_szDir + "sv_SE/T.RCT");
+    Make("sv/T.RCT");
+    Lines tries;
+    EXPECT_EQ(Found("sv_SE", &tries), "(none)") << device;
+    EXPECT_EQ(tries, (Lines{TryLine("sv_SE/T.RCT", "Success")})) << device;
+    fs::remove(m_szDir + "sv_SE/T.RCT");
+  }
 }
 
 TEST_F(RctSearchTest, FileWithoutStringSectionLoadsItsTextsAndGivesZero) {
