@@ -211,6 +211,18 @@ TEST_F(HelpTip, TextAloneIsAWrappedLabel) {
   EXPECT_EQ(tip.Label(), tip.Content());
 }
 
+TEST_F(HelpTip, MarkupAndFormatsInTheTextAreText) {
+  const char text[] = "<b>A & B</b> &lt; %s%n";
+  for (const char* icon : {static_cast<const char*>(nullptr), GTK_STOCK_DIALOG_INFO}) {
+    Tip tip(&m_Control, text, kNoBitmap, icon);
+    EXPECT_STREQ(text, gtk_label_get_text(GTK_LABEL(tip.Label())));
+    EXPECT_FALSE(gtk_label_get_use_markup(GTK_LABEL(tip.Label())));
+    tip.SetWindowText("");
+    tip.SetWindowText(text);
+    EXPECT_STREQ(text, gtk_label_get_text(GTK_LABEL(tip.Label())));
+  }
+}
+
 // Checks the row of an icon and a label, and returns the icon.
 GtkImage* IconBeforeLabel(const Tip& tip) {
   GtkWidget* box = tip.Content();
