@@ -52,7 +52,10 @@ TEST_P(Input, IsTakenWithoutFailureInASecond) {
   EXPECT_LT(ProcessorSeconds() - start, kSeconds) << path << ": takes too long";
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, Input, ::testing::ValuesIn(InputFiles()),
-                         [](const auto& file) { return file.param; });
+// Goes through a second macro so that the name of the target stands in the name of the tests.
+#define REPLAY_CORPUS_OF(target)                                             \
+  INSTANTIATE_TEST_SUITE_P(target, Input, ::testing::ValuesIn(InputFiles()), \
+                           [](const auto& file) { return file.param; })
+REPLAY_CORPUS_OF(VELTRANA_TARGET);
 
 }  // namespace
