@@ -18,9 +18,22 @@ def run(*command):
     return done.stdout
 
 
+def listing():
+    """The windows of all programs; None when one went away while they were listed."""
+    try:
+        return run("wmctrl", "-lp").splitlines()
+    except RuntimeError as failure:
+        if "BadWindow" not in str(failure):
+            raise
+        return None
+
+
 def window_ids(pid):
     """The windows of a process in the order in which the window manager got them."""
-    rows = [line.split(None, 4) for line in run("wmctrl", "-lp").splitlines()]
+    lines = None
+    while lines is None:
+        lines = listing()
+    rows = [line.split(None, 4) for line in lines]
     return [row[0] for row in rows if row[2] == str(pid)]
 
 
