@@ -55,3 +55,20 @@ def save_picture(title, path):
         return len(last) > 1 and last[-1] == last[-2]
 
     wait_until(settled, f"the window {title!r} to be drawn", pause=0.1)
+
+
+def save_content(window, path):
+    """Saves a picture of what is in a managed window, without its frame, as PNG.
+
+    Brings the window to the front and, as above, waits for the drawing.
+    """
+    window.focus()
+    last = []
+
+    def settled():
+        grab = ["import", "-silent", "-window", window.number, "ppm:-"]
+        last.append(subprocess.run(grab, capture_output=True, check=True).stdout)
+        return len(last) > 1 and last[-1] == last[-2]
+
+    wait_until(settled, f"the window {window.number} to be drawn", pause=0.1)
+    subprocess.run(["convert", "ppm:-", str(path)], input=last[-1], check=True)
