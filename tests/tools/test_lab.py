@@ -58,6 +58,13 @@ def test_network_is_one_link_with_fixed_addresses_and_a_default_route():
     assert "inet 10.77.0.10/16 brd 10.77.255.255" in link
     assert "link/ether 02:56:44:56:58:10" in output("--", "ip", "link", "show", "eth0")
     assert output("--", "ip", "route").startswith("default via 10.77.0.1 dev eth0")
+
+
+def test_addresses_of_the_office_are_never_asked_for():
+    lines = output("--", "ip", "neigh", "show", "dev", "eth0").splitlines()
+    assert len(lines) == 448
+    assert all("lladdr 02:56:44:56:58:01 PERMANENT" in line for line in lines)
+    assert {"10.77.0.64", "10.77.0.255", "10.77.1.0"} < {line.split()[0] for line in lines}
     assert output("--", "hostname") == "lab-desk\n"
 
 
