@@ -87,6 +87,8 @@ DATAGRAMS = {
     "value_of_1535_bytes": response(binding(text(b"v" * 1535))),
     "value_of_1536_bytes": response(binding(text(b"v" * 1536))),
     "high_tag_number": response(tag=0xBF),
+    "object_identifier_unfinished": response(binding(octets("06 02 2B 86"))),
+    "object_identifier_of_33_bits": response(binding(octets("06 06 2B 90 80 80 80 00"))),
 }
 
 
@@ -240,6 +242,7 @@ def survey():
         binding(octets("05 00")), error=octets("02 01 02")))
     seeds["number_for_a_text"] = datagrams(found, b"0", b"0", response(binding(octets("02 01 41"))))
     seeds["text_of_256"] = datagrams(found, b"0", b"0", *[response(binding(text(b"t" * 256)))] * 3)
+    seeds["suffixes_in_256"] = datagrams(found, b"0", b"0", *[response(binding(text(b"_t" * 128)))] * 3)
     seeds["text_of_257"] = datagrams(found, b"0", b"0", response(binding(text(b"t" * 257))))
     seeds["answer_without_variables"] = datagrams(response(), b"0", b"0", *[response()] * 3)
     return seeds
@@ -280,6 +283,8 @@ def rct_text():
     for number, locale in enumerate(locales):
         seeds[f"lang_{number}"] = b"\1" + bytes([5, 2]) + locale.encode()
     seeds["lang_in_small_room"] = b"\1\0\0en"
+    for size in (3, 4, 5):
+        seeds[f"lang_en_in_{size}"] = b"\1" + bytes([size - 1, 2]) + b"en"
     return seeds
 
 
@@ -320,6 +325,7 @@ def pc_name():
         "no_slash": case(b"a/b", 0x11), "printable": case(b"a~ }\x7f", 0x80),
         "printable_without_text": case(b"a", 0x80, b""), "nothing": case(b"a", 0),
         "zero_of_rule": case(b"a", 0x33, b"a"), "invalid_utf8": case(b"\xff\xfe\xc0\x80", 0x10),
+        "cut_character_alone": case(b"\xe9"), "cut_characters_alone": case(b"\xf0\xf0"),
     }
 
 

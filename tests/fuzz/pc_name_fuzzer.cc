@@ -37,12 +37,24 @@ bool IsContainedInOrder(const std::string& part, const std::string& whole) {
   return true;
 }
 
-std::string Repaired(const std::string& name) {
-  std::vector<char> field(std::max(name.size() + 1, kHostnameSize), '~');
+// The repaired form of a name in a field that is filled with `behind` behind it.
+std::string RepairedIn(const std::string& name, const std::string& behind) {
+  std::vector<char> field(std::max(name.size() + 1, kHostnameSize));
+  for (size_t i = 0; i < field.size(); ++i) field[i] = behind[i % behind.size()];
   std::copy(name.c_str(), name.c_str() + name.size() + 1, field.begin());
   const Block<char> block(field);
   RepairHostName(block.data());
   return block.data();
+}
+
+std::string Repaired(const std::string& name) {
+  std::string repaired = RepairedIn(name, "~");
+  // A character that the end of the name cuts off must not be completed from what stands there.
+  for (const char* behind : {"", "x", "xx", "xxx"}) {
+    const std::string texts(behind, strlen(behind) + 1);
+    Require(RepairedIn(name, texts) == repaired, "what stands behind the name does not matter");
+  }
+  return repaired;
 }
 
 void TryRepair(const std::string& name) {

@@ -38,6 +38,30 @@ bool IsKeptValue(const variable_list& var) {
   return IsKeptName(reinterpret_cast<const uint64_t*>(var.value), var.value_length / kNumberSize);
 }
 
+// ---- What holds for every parsed variable -------------------------------------------------------
+
+void RequireNumbersOf32Bits(const uint64_t* numbers, int count) {
+  Require(count <= kMaxSubIdentifiers, "object identifiers have at most 128 numbers");
+  Require(std::all_of(numbers, numbers + count, [](uint64_t n) { return n <= 0xFFFFFFFF; }),
+          "object identifiers have numbers of 32 bits");
+}
+
+void RequireWellFormed(const variable_list& var) {
+  Require(var.name_length >= 1, "a variable has a name");
+  RequireNumbersOf32Bits(var.name, var.name_length);
+  Require(HasValue(var.type) == (var.value != nullptr), "the types with a value have one");
+  Require(var.value_length >= 0, "lengths are not negative");
+  if (IsNumber(var.type)) Require(var.value_length == kNumberSize, "numbers have 8 bytes");
+  if (IsText(var.type)) Require(var.value[var.value_length] == 0, "texts end with a zero");
+  if (var.type == kAsnObjectId) {
+    RequireNumbersOf32Bits(reinterpret_cast<const uint64_t*>(var.value),
+                           var.value_length / kNumberSize);
+  }
+  if (var.value == nullptr) return;
+  const Bytes value(var.value, var.value + var.value_length);
+  Require(value.size() == static_cast<size_t>(var.value_length), "values can be read");
+}
+
 // ---- Making records ----------------------------------------------------------------------------
 
 template <typename T>
@@ -192,17 +216,7 @@ void RequireWellFormed(const snmp_pdu& pdu) {
   Require(pdu.community[pdu.community_length] == 0, "the community ends with a zero");
   Require((pdu.enterprise != nullptr) == (pdu.pdu_type == kPduTrap), "traps have an enterprise");
   for (const variable_list* var = pdu.variables; var != nullptr; var = var->next) {
-    Require(var->name_length >= 1 && var->name_length <= kMaxSubIdentifiers, "name length");
-    const auto name = std::vector<uint64_t>(var->name, var->name + var->name_length);
-    Require(std::all_of(name.begin(), name.end(), [](uint64_t n) { return n <= 0xFFFFFFFF; }),
-            "names have numbers of 32 bits");
-    Require(HasValue(var->type) == (var->value != nullptr), "the types with a value have one");
-    Require(var->value_length >= 0, "lengths are not negative");
-    if (IsNumber(var->type)) Require(var->value_length == kNumberSize, "numbers have 8 bytes");
-    if (IsText(var->type)) Require(var->value[var->value_length] == 0, "texts end with a zero");
-    if (var->value == nullptr) continue;
-    const Bytes value(var->value, var->value + var->value_length);
-    Require(value.size() == static_cast<size_t>(var->value_length), "values can be read");
+    RequireWellFormed(*var);
   }
 }
 

@@ -82,7 +82,9 @@ void TryTexts(fuzz::Input* input) {
   size_t asked = 0;
   const auto answer = [&](const Bytes&, uint32_t to, uint16_t port) -> std::deque<Arrival> {
     Require(port == kPort, "requests go to port 161");
-    if (to == INADDR_BROADCAST) return {{false, kScanner, TextAnswer({})}};
+    // A stranger comes first, with something that is no answer.
+    if (to == INADDR_BROADCAST)
+      return {{false, ~kScanner, {0x30}}, {false, kScanner, TextAnswer({})}};
     Require(to == kScanner && asked < texts.size(), "the scanner is asked three questions");
     return {{false, kScanner, TextAnswer(texts[asked++])}};
   };
