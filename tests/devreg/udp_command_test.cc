@@ -68,7 +68,9 @@ int __wrap_rand() { return next_random; }
 
 void* __wrap_malloc(size_t size) {
   if (size == failing_malloc_size) return nullptr;
-  return __real_malloc(size);
+  void* block = __real_malloc(size);
+  // As memory that was used before.
+  return block != nullptr ? memset(block, 0xA5, size) : nullptr;
 }
 
 int __wrap__Z12udp_send_revPKcjPKhiPhPi(const char* address, unsigned int seconds,
@@ -369,6 +371,7 @@ TEST_F(UdpCommandTest, SetUdpCommandPortChangesNothingOnTheWire) {
   Host scanner(Here("127.0.0.1"));
   EXPECT_EQ(0, SetUdpCommandPort(5000));
   EXPECT_EQ(5000, udpCommandPort);
+  EXPECT_EQ(3892, udpCommandPort1);
   EXPECT_EQ(0, Send(scanner, 1));
   EXPECT_FALSE(First(scanner).empty());
   EXPECT_EQ(0, SetUdpCommandPort(3892));
