@@ -334,6 +334,15 @@ TEST(PixbufDeserialize, TruncatedStreamsGiveNothingSilently) {
   EXPECT_EQ(complaints.Number(), 0);
 }
 
+TEST(PixbufDeserialize, HeaderIsNotTakenForPixelsThatAreMissing) {
+  Bytes stream = RawStream();
+  while (stream.size() > 24) {
+    stream.pop_back();
+    stream[7] = static_cast<guint8>(stream.size());  // it says so, too
+    EXPECT_EQ(Deserialize(stream), nullptr) << stream.size() << " bytes";
+  }
+}
+
 TEST(PixbufDeserialize, RowsShorterThanTheirPixelsGiveNothing) {
   Bytes stream = RawStream();
   stream[15] = 11;
