@@ -111,6 +111,7 @@ TEST_F(Scenario, KeyWithAQuestionIsForThatAnswerAloneWhateverTheOrder) {
 }
 
 TEST_F(Scenario, ScannerGoesBeforeDefaultsAndOptionsBeforeBoth) {
+  m_Request.settings.push_back({"A", {"--set A:vendor=Own", "vendor", "Own"}});
   m_Request.settings.push_back({"", {"--set vendor=V", "vendor", "V"}});
   m_Request.settings.push_back({"B", {"--set B:name=N", "name", "N"}});
   m_Request.settings.push_back({"1", {"--set 1:name=One", "name", "One"}});
@@ -119,6 +120,7 @@ TEST_F(Scenario, ScannerGoesBeforeDefaultsAndOptionsBeforeBoth) {
   EXPECT_EQ(scanners[0].model, "M2");
   EXPECT_EQ(scanners[1].model, "M1");
   EXPECT_EQ(scanners[1].vendor, "V");
+  EXPECT_EQ(scanners[0].vendor, "Own") << "an option for one scanner goes before one for all";
   EXPECT_EQ(scanners[0].name, "One");
   EXPECT_EQ(scanners[1].name, "N");
 }
