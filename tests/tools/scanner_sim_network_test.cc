@@ -143,6 +143,24 @@ TEST(Network, ThreeHundredScannersAnswerABroadcastEachOnce) {
   EXPECT_EQ(process.Stop(SIGTERM), 0);
 }
 
+// The time at which a line was written to the datagram log, in seconds.
+double TimeOf(const std::string& line) {
+  const std::string field = "\"time\":";
+  return std::stod(line.substr(line.find(field) + field.size()));
+}
+
+TEST(Network, ScannersAnswerABroadcastOneAfterTheOther) {
+  CSimulator simulator(
+      {"--scanners", "300", "--network", "10.77.0.0/16", "--log", "/tmp/spacing.log"}, 300);
+  CClient client;
+  ASSERT_TRUE(client.Send("255.255.255.255", kSnmp, kSearch));
+  for (int i = 0; i < kLongEnough && Lines("/tmp/spacing.log").size() < 301; ++i) usleep(1000);
+  simulator.End();
+  const auto lines = Lines("/tmp/spacing.log");
+  ASSERT_EQ(lines.size(), 301U);
+  EXPECT_GE(TimeOf(lines[300]) - TimeOf(lines[0]), 299 * 0.0001);
+}
+
 TEST(Network, QuestionToOneScannerIsAnsweredByThatOne) {
   CSimulator simulator({"--scanners", "6"}, 6);
   CClient client;
@@ -270,6 +288,17 @@ TEST(Network, HumanLinesTellWhatHappens) {
             "10.77.0.101 Reception: got 1 bytes that it does not understand (1 bytes are no "
             "packet), stays silent");
   simulator.End();
+}
+
+TEST(Network, ScannersStayWhenNobodyReadsTheirOutputAnyMore) {
+  CSimulator simulator({"--scanners", "1", "--human"}, 1);
+  simulator.Process().LeaveOutput();
+  CClient client;
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(client.Send("10.77.0.101", kSnmp, kGetModel));
+    EXPECT_EQ(to_hex(client.Receive().bytes), kModelT55);
+  }
+  EXPECT_EQ(simulator.Process().Stop(SIGTERM), 0);
 }
 
 TEST(Network, QuietSimulatorWritesNothing) {

@@ -47,7 +47,7 @@ class CProcess {
 
   ~CProcess() {
     if (m_iPid > 0) Stop(SIGKILL);
-    close(m_iOutput);
+    if (m_iOutput >= 0) close(m_iOutput);
   }
 
   // The next line of output. Throws when there is none any more or none comes.
@@ -73,6 +73,12 @@ class CProcess {
     while (ReadMore()) {
     }
     return std::move(m_sBuffer);
+  }
+
+  // Reads no more of what it writes.
+  void LeaveOutput() {
+    close(m_iOutput);
+    m_iOutput = -1;
   }
 
   // Sends the signal, if it is one, and returns the exit status, or -1 after any other end.
