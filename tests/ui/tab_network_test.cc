@@ -30,6 +30,7 @@ namespace {
 
 constexpr char kStarted[] = "/tmp/started";
 constexpr char kDebugLog[] = "/tmp/VeltranaDVXTools.log";
+constexpr char kTornDown[] = "/tmp/torn-down";
 
 // The viewers that this computer has; starting one writes its arguments to kStarted.
 std::vector<std::string> viewers;
@@ -770,6 +771,10 @@ TEST_F(WebPageTest, AMissingViewerIsOnlyLogged) {
 }
 
 TEST_F(WebPageTest, AViewerThatCannotBeExecutedEndsTheChildWithStatus1) {
+  static const pid_t program = getpid();
+  atexit([] {
+    if (getpid() != program) std::ofstream{kTornDown};
+  });
   viewers_start = false;
   OpenWindowWith(kTwoDevices);
   DeviceList().SetCurSel(0);
@@ -777,6 +782,7 @@ TEST_F(WebPageTest, AViewerThatCannotBeExecutedEndsTheChildWithStatus1) {
   ASSERT_TRUE(ChildEnds());
   ASSERT_TRUE(WIFEXITED(exit_statuses[0]));
   EXPECT_EQ(1, WEXITSTATUS(exit_statuses[0]));
+  EXPECT_FALSE(fs::exists(kTornDown)) << "what the program does at its end was done";
   EXPECT_FALSE(fs::exists(SettingsFile()));
 }
 
