@@ -653,8 +653,10 @@ TEST(MessageBox, IsDestroyedAfterItsRun) {
 TEST(MessageBox, GivesTheDefaultWhenItsParentIsDestroyed) {
   Owner owner;
   GtkWidget* window = owner.GetWidget();
+  const gtk_test::Warnings warnings;
   ModalAnswer answer([&](GtkDialog*) { gtk_widget_destroy(window); });
   EXPECT_EQ(2, xMessageBox(&owner, 0x41, nullptr, "%s", "text"));
+  EXPECT_TRUE(warnings.Messages().empty());
 }
 
 // --- the pickers --------------------------------------------------------------------------------
