@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -691,6 +694,16 @@ TEST_F(HelpTip, OutlivesTheControlsWindow) {
   m_pWindow = nullptr;
   ASSERT_TRUE(gtk_test::PumpUntil([&] { return !tip.IsShown(); }));
   EXPECT_FALSE(tip.IsConnected());
+}
+
+TEST_F(HelpTip, ItsLabelForgetsItWhenItIsDeleted) {
+  alignas(Tip) unsigned char memory[sizeof(Tip)];
+  auto* tip = new (memory) Tip(&m_Control);
+  GtkWidget* window = tip->GetWidget();
+  tip->~Tip();
+  std::fill(std::begin(memory), std::end(memory), 0x5A);  // somebody else's now
+  gtk_widget_destroy(window);
+  EXPECT_THAT(memory, ::testing::Each(0x5A));
 }
 
 TEST_F(HelpTip, DeletedWhileShownIsHiddenAndForgotten) {
