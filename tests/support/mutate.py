@@ -1,10 +1,8 @@
-"""Breaks a copy of the program, one patch after the other, and runs the tests. See script/mutate."""
+"""Breaks a copy of the program, one patch after the other, and tests it. See script/mutate."""
 import argparse
 import dataclasses
 import fcntl
-import json
 import os
-import pathlib
 import queue
 import re
 import shutil
@@ -26,8 +24,13 @@ CONFIGURE = (
     "cmake --preset release -B build/mutate -DCMAKE_BUILD_TYPE= -DCMAKE_CXX_FLAGS=-O0"
     " -DVELTRANA_WARNINGS_AS_ERRORS=OFF"
 ).split()
-# The first case that fails is enough.
-FAIL_FAST = {"GTEST_FAIL_FAST": "1", "PYTEST_ADDOPTS": "-x"}
+ENVIRONMENT = {
+    # The first case that fails is enough.
+    "GTEST_FAIL_FAST": "1",
+    "PYTEST_ADDOPTS": "-x",
+    # Memory that is not set, or was released, holds a pattern instead of what it happens to hold.
+    "GLIBC_TUNABLES": "glibc.malloc.perturb=165:glibc.malloc.tcache_count=0",
+}
 
 # Tests of the whole program have more than one target.
 WHOLE_PROGRAM = ["VeltranaDVXTools", "scanner-sim", "e2e_show_arguments"]
@@ -40,7 +43,10 @@ PRIVATE = (
     'mount --bind "$1" "$2" && ip link set lo up && cd "$2" && shift 2 || exit 125; "$@"; exit $?'
 )
 
-RESULT = re.compile(r"Test +#\d+: (.+?) \.{3,} *(Passed|\*\*\*.*?) +([\d.]+) sec")
+RESULT = re.compile(r"Test +#\d+: (.+?) \.{3,} *(Passed|[^*\n]*\*\*\*.*?) +([\d.]+) sec")
+# The case that failed, or crashed, in a program that is one test.
+CASE = re.compile(r"^(?:\[  FAILED  \]|FAILED) ([\w/]+\.\S+)", re.MULTILINE)
+LAST_CASE = re.compile(r"^\[ RUN      \] (\w+\.\w+)", re.MULTILINE)
 
 
 class CannotRun(Exception):
@@ -48,11 +54,25 @@ class CannotRun(Exception):
 
 
 @dataclasses.dataclass
+class Result:
+    name: str
+    how: str
+    seconds: float
+    output: str
+
+    def __str__(self):
+        if "Timeout" in self.how:
+            return f"{self.name} (did not end)"
+        cases = CASE.findall(self.output) or LAST_CASE.findall(self.output)[-1:]
+        return self.name if not cases or cases[0] in self.name else f"{self.name} ({cases[0]})"
+
+
+@dataclasses.dataclass
 class TestRun:
     output: str
     ended: bool
-    failed: list
-    seconds: dict  # by test
+    results: list
+    failed: Result  # the first one, or None
 
 
 class Copy:
@@ -130,13 +150,12 @@ class Copy:
     def test(self, choice, limit=None, parallel=None):
         command = ["ctest", "--test-dir", BUILD, "--no-tests=error", "--output-on-failure"]
         command += ["--stop-on-failure", "--parallel", str(parallel or self.parallel * 3), *choice]
-        status, output = self.run(command, limit, FAIL_FAST)
-        results = RESULT.findall(output)
-        failed = [f"{name}{how_it_failed(how)}" for name, how, _ in results if how != "Passed"]
+        status, output = self.run(command, limit, ENVIRONMENT)
+        results = read_results(output)
+        failed = [result for result in results if result.how != "Passed"]
         if status is not None and (status != 0) != bool(failed):
             raise CannotRun(f"{' '.join(command)}:\n{output[-3000:]}")
-        seconds = {name: float(taken) for name, _, taken in results}
-        return TestRun(output, status is not None, failed, seconds)
+        return TestRun(output, status is not None, results, failed[0] if failed else None)
 
     def break_it(self, mutation):
         for file, text in list(mutation.broken(self.folder)):
@@ -147,12 +166,17 @@ class Copy:
             self.take(file)
 
 
-def how_it_failed(how):
-    if "Timeout" in how:
-        return " (did not end)"
-    if "Not Run" in how:
-        raise CannotRun(f"a test was not run: {how}")
-    return ""
+def read_results(output):
+    """What CTest says of each test. The output of one that failed follows its line."""
+    lines = list(RESULT.finditer(output))
+    ends = [line.start() for line in lines[1:]] + [len(output)]
+    results = []
+    for line, end in zip(lines, ends):
+        name, how, seconds = line.groups()
+        if "Not Run" in how:
+            raise CannotRun(f"{name} was not run")
+        results.append(Result(name, how, float(seconds), output[line.end() : end]))
+    return results
 
 
 def program(word):
@@ -171,8 +195,11 @@ def targets(words):
 
 
 def chosen(words):
-    """CTest's regular expression for these tests."""
-    return "|".join(f"^{re.escape(word)}" + ("" if "." in word else "([.]|$)") for word in words)
+    """CTest's regular expression for these tests. It knows few parentheses."""
+    patterns = []
+    for word in map(re.escape, words):
+        patterns += [f"^{word}"] if "." in word else [f"^{word}$", f"^{word}[.]"]
+    return "|".join(patterns)
 
 
 class Tester:
@@ -210,8 +237,8 @@ class Tester:
             run = self.copy.test(["-R", chosen(mutation.noticed_by)], self.limit(mutation))
             if not run.ended:
                 return "caught", "a test that did not end: " + unfinished(run.output)
-            if run.failed:
-                return "caught", run.failed[0]
+            if run.failed and self.fails_again(run):
+                return "caught", str(run.failed)
             if self.quick:
                 return "missed", "by the tests that the patch names"
             return self.attempt_all(mutation)
@@ -222,15 +249,18 @@ class Tester:
         if status != 0:
             return "error", "does not build: " + first_error(output)
         run = self.copy.test(["-E", TREE_TESTS])
-        if not run.failed:
+        if not run.failed or not self.fails_again(run):
             return "missed", "by all tests"
-        name = run.failed[0].split(" ")[0]
         # It proves something only if it passes without the break.
         self.copy.mend(mutation)
         self.copy.build(["all"])
-        if self.copy.test(["-R", f"^{re.escape(name)}$"]).failed:
-            return "missed", f"({name} fails without the break too)"
-        return "caught", f"{run.failed[0]}, which the patch does not name"
+        if self.fails_again(run):
+            return "missed", f"by all tests; {run.failed} fails without the break, too"
+        return "caught", f"{run.failed}, which the patch does not name"
+
+    def fails_again(self, run):
+        """A test that fails once may have been kept from a processor for too long."""
+        return bool(self.copy.test(["-R", f"^{re.escape(run.failed.name)}$"]).failed)
 
     def limit(self, mutation):
         """Far more seconds than the tests have taken without the break."""
@@ -245,7 +275,7 @@ def first_error(output):
 
 def unfinished(output):
     started = re.findall(r"Start +\d+: (.+)", output)
-    ended = {name for name, _, _ in RESULT.findall(output)}
+    ended = {result.name for result in read_results(output)}
     return ", ".join(name for name in started if name not in ended)
 
 
@@ -288,8 +318,8 @@ def prepare(words, jobs):
     choice = ["-R", chosen(words)]
     run = first.test(choice, parallel=3 * (os.cpu_count() or 1))
     if run.failed:
-        raise CannotRun(f"the unbroken copy fails {run.failed[0]}:\n{run.output[-3000:]}")
-    return copies, run.seconds
+        raise CannotRun(f"the unbroken copy fails {run.failed}:\n{run.failed.output[:3000]}")
+    return copies, {result.name: result.seconds for result in run.results}
 
 
 def try_all(selected, jobs, quick):

@@ -10,8 +10,8 @@ A patch is a unified diff below two lines of its own:
     ...
 
 "Noticed by" names CTest tests, tried first: all cases of a program, or those whose names begin with
-a word that holds a point. A hunk is found by its lines alone, which must stand in the file once; its
-line numbers are not looked at, so that a patch stays good when code above it changes.
+a word that holds a point. A hunk is found by its lines alone, which must stand in the file once.
+Its line numbers are not looked at, so that a patch stays good when code above it changes.
 """
 import dataclasses
 import pathlib
@@ -54,8 +54,10 @@ class Mutation:
         size = len(hunk.old)
         places = [at for at in range(len(lines)) if lines[at : at + size] == hunk.old]
         if len(places) != 1:
-            where = f"{self.name}: line {hunk.number}"
-            raise PatchError(f"{where}: the old lines stand in {file} {len(places)} times, not once")
+            raise PatchError(
+                f"{self.name}: line {hunk.number}: its old lines stand in {file}"
+                f" {len(places)} times instead of once"
+            )
         at = places[0]
         return lines[:at] + hunk.new + lines[at + size :]
 
