@@ -274,8 +274,8 @@ TEST(LanguageFiles, AreEachFoundBySomeValueOfLang) {
 }
 
 TEST(LanguageFiles, LeaveEverybodyElseTheEnglish) {
-  for (const char* lang : {"", "C", "C.UTF-8", "POSIX", "ar_EG.UTF-8", "el_GR.UTF-8", "he_IL.UTF-8",
-                           "is_IS.UTF-8", "hsb_DE.UTF-8", "nds_DE", "zu_ZA.UTF-8"}) {
+  for (const char* lang :
+       {"", "C", "C.UTF-8", "POSIX", "en", "xx_YY.UTF-8", "hsb_DE.UTF-8", "nds_DE"}) {
     EXPECT_EQ("English", LanguageFor(lang)) << lang;
   }
   unsetenv("LANG");
