@@ -12,7 +12,6 @@
 #include <cstring>
 
 #include "app/debug_log.h"
-#include "devreg/udp_command.h"
 
 // The lines about interfaces carry the name of the function that is asked for them.
 #define GET_IP_MAC_HERE "get_ip_mac", __LINE__
@@ -21,7 +20,6 @@ namespace {
 
 constexpr unsigned char kCategory = 0x31;
 constexpr int kRecordSize = sizeof(CLIENTREGPARAM);
-constexpr int kExchanges = 3;
 constexpr int kMaxInterfaces = 16;
 constexpr size_t kMacSize = sizeof(CLIENTREGPARAM::mac);
 
@@ -101,7 +99,8 @@ sockaddr_in DeviceAt(const char* ip) {
   return device;
 }
 
-// The record of this computer under at most 15 bytes of that name.
+}  // namespace
+
 CLIENTREGPARAM ThisComputer(sockaddr_in* device, const char* hostName) {
   CLIENTREGPARAM param;
   BuildClientRegParam(&param, device);
@@ -109,11 +108,9 @@ CLIENTREGPARAM ThisComputer(sockaddr_in* device, const char* hostName) {
   return param;
 }
 
-UDPCOMMAND Command(unsigned char command, CLIENTREGPARAM* param) {
+UDPCOMMAND RegistrationCommand(unsigned char command, CLIENTREGPARAM* param) {
   return {command, kCategory, kRecordSize, 0, reinterpret_cast<unsigned char*>(param)};
 }
-
-}  // namespace
 
 int get_ip_mac(in_addr* address, unsigned char* mac) {
   const Descriptor fd(socket(AF_INET, SOCK_DGRAM, 0));
@@ -157,7 +154,7 @@ int cmd_register(sockaddr_in* device, const char* hostName) {
   char ip[INET_ADDRSTRLEN];
   inet_ntop(AF_INET, &device->sin_addr, ip, sizeof(ip));
   CLIENTREGPARAM param = ThisComputer(device, hostName);
-  UDPCOMMAND request = Command(CMD_CLRG_REG, &param);
+  UDPCOMMAND request = RegistrationCommand(CMD_CLRG_REG, &param);
   unsigned char reply_data[kRecordSize] = {};
   UDPCOMMAND response{};
   for (int i = 0; i < kExchanges; ++i) {
@@ -186,6 +183,6 @@ void registerOneNetDevice(const char* ip, const char* hostName) {
 int unregisterOnDevice(const char* ip, const char* hostName) {
   sockaddr_in device = DeviceAt(ip);
   CLIENTREGPARAM param = ThisComputer(&device, hostName);
-  UDPCOMMAND request = Command(CMD_CLRG_UNREG, &param);
+  UDPCOMMAND request = RegistrationCommand(CMD_CLRG_UNREG, &param);
   return UdpCommandSend(ip, 0, &request) == 0 ? 0 : -1;
 }

@@ -7,11 +7,16 @@
 
 #include <netinet/in.h>
 
+#include "devreg/udp_command.h"
+
 // Command codes of the channel, see devreg/udp_command.h.
 constexpr unsigned char CMD_CLRG_REG = 3;
 constexpr unsigned char CMD_CLRG_UNREG = 5;
 constexpr unsigned char CMD_CLRG_REG_OK_RES = 0xC4;   // reply: registered
 constexpr unsigned char CMD_CLRG_REG_NOT_NOW = 0xD4;  // reply: not now, ask again
+
+// So many exchanges are tried with a scanner that replies "not now".
+constexpr int kExchanges = 3;
 
 // What a scanner keeps of a computer: the data of both commands, 28 bytes as they stand on the
 // wire.
@@ -35,6 +40,12 @@ int get_ip_mac(in_addr* address, unsigned char* mac);
 // Fills *param for this computer: addresses from get_ip_mac (zeros without a usable interface), the
 // name empty. The device is not used. Returns 0.
 int BuildClientRegParam(CLIENTREGPARAM* param, sockaddr_in* device);
+
+// The record of this computer under at most 15 bytes of that name. The device is not used.
+CLIENTREGPARAM ThisComputer(sockaddr_in* device, const char* hostName);
+
+// The command of that code with a record as its data, which stays the caller's.
+UDPCOMMAND RegistrationCommand(unsigned char command, CLIENTREGPARAM* param);
 
 // Registers this computer under the first 15 characters of `hostName` on the scanner at the address
 // of `device`; the port is not used. While the scanner replies "not now" it is asked up to three

@@ -7,7 +7,7 @@
 #include <ctime>
 
 #include "app/debug_log.h"
-#include "app/malloc_ptr.h"
+#include "devreg/command_packet.h"
 
 namespace {
 
@@ -21,21 +21,12 @@ constexpr int kLengthOffset = 16;
 constexpr int kStatusOffset = 17;
 constexpr int kDataOffset = 20;
 
-constexpr int kReplySize = 1536;
-constexpr int kAttempts = 3;
-constexpr unsigned int kReplySeconds = 3;
-
 constexpr int kMemoryError = -2;
 constexpr int kNoDataBuffer = -3;
 constexpr int kNoReply = -101;
 
 // Result of udp_send_rev when no datagram came in time.
 constexpr int kTimedOut = -3;
-
-struct Packet {
-  MallocPtr<unsigned char> bytes;  // null when memory is short
-  int length;
-};
 
 int DrawSequence() {
   srand(static_cast<unsigned int>(time(nullptr)));
@@ -44,11 +35,12 @@ int DrawSequence() {
 
 unsigned char LowByte(int value) { return static_cast<unsigned char>(value & 0xFF); }
 
-// A sequence of 0 draws one.
-Packet BuildPacket(const UDPCOMMAND& request, int sequence) {
+}  // namespace
+
+UdpCommandPacket BuildPacket(const UDPCOMMAND& request, int sequence) {
   if (request.length < 0) return {nullptr, 0};
   const auto data_length = static_cast<size_t>(request.length);
-  Packet packet{nullptr, kDataOffset + request.length};
+  UdpCommandPacket packet{nullptr, kDataOffset + request.length};
   packet.bytes.reset(static_cast<unsigned char*>(malloc(kDataOffset + data_length)));
   unsigned char* bytes = packet.bytes.get();
   if (bytes == nullptr) return packet;
@@ -65,14 +57,16 @@ Packet BuildPacket(const UDPCOMMAND& request, int sequence) {
   return packet;
 }
 
-bool HasSequenceOf(const unsigned char* reply, const Packet& packet) {
+bool HasSequenceOf(const unsigned char* reply, const UdpCommandPacket& packet) {
   return memcmp(reply + kSequenceOffset, packet.bytes.get() + kSequenceOffset, 2) == 0;
 }
+
+namespace {
 
 // Sends the packet up to three times and stores the datagram with its sequence number in `reply`
 // (1536 bytes, zeros behind the datagram). Returns the transport's last result; a datagram with
 // another sequence number counts as a time-out.
-int Exchange(const char* address, const Packet& packet, unsigned char* reply) {
+int Exchange(const char* address, const UdpCommandPacket& packet, unsigned char* reply) {
   int result = kTimedOut;
   for (int attempt = 0; attempt < kAttempts && result == kTimedOut; ++attempt) {
     int reply_length = kReplySize;
@@ -83,7 +77,8 @@ int Exchange(const char* address, const Packet& packet, unsigned char* reply) {
   return result;
 }
 
-// The scanner's data count is not trusted: no more is stored than the caller has room for.
+}  // namespace
+
 int TakeReply(const unsigned char* reply, UDPCOMMAND* response) {
   const int capacity = response->length;
   response->command = reply[kCommandOffset];
@@ -97,19 +92,17 @@ int TakeReply(const unsigned char* reply, UDPCOMMAND* response) {
   return 0;
 }
 
-}  // namespace
-
 unsigned short udpCommandPort = 3892;
 
 int UdpCommandSend(const char* ipAddress, int sequence, UDPCOMMAND* request) {
-  const Packet packet = BuildPacket(*request, sequence);
+  const UdpCommandPacket packet = BuildPacket(*request, sequence);
   if (packet.bytes == nullptr) return kMemoryError;
   return udp_send(ipAddress, kReplySeconds, packet.bytes.get(), packet.length);
 }
 
 int UdpCommandSendResponse(char* ipAddress, UDPCOMMAND* request, UDPCOMMAND* response) {
   myDbgFunc(DBG_PREFIX "UdpCommandSendResponse (ipAddress=%s) \n", DBG_HERE, ipAddress);
-  const Packet packet = BuildPacket(*request, 0);
+  const UdpCommandPacket packet = BuildPacket(*request, 0);
   if (packet.bytes == nullptr) return kMemoryError;
   unsigned char reply[kReplySize];
   const int result = Exchange(ipAddress, packet, reply);

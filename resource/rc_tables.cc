@@ -117,12 +117,3 @@ GdkPixbuf* pixbuf_deserialize(const guint8* data, guint32 length) {
   if (error != nullptr) g_error_free(error);
   return image;
 }
-
-std::size_t my_strlcpy(char* dst, const char* src, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) {
-    dst[i] = src[i];
-    if (src[i] == '\0') return i;
-  }
-  if (size > 0) dst[size - 1] = '\0';
-  return size;
-}

@@ -7,7 +7,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-#include <cstddef>
+#include "resource/text_copy.h"
 
 // The text `string` of the window or tab `dialog` in the language that the environment variable
 // LANG names, otherwise in English, otherwise null. No language is compiled in, so that every
@@ -25,8 +25,3 @@ GdkPixbuf* rc_load_Pixbuf(unsigned short id);
 // and releases it with g_object_unref. Returns null when the stream is not in that form, or when it
 // ends before its pixels do.
 GdkPixbuf* pixbuf_deserialize(const guint8* data, guint32 length);
-
-// Copies the text src to dst, at most size bytes including the NUL, and cuts it when it is longer.
-// Returns the length of the text when it was copied whole and size when it was cut, unlike the BSD
-// function strlcpy, which returns the length of src. A size of 0 writes nothing and returns 0.
-std::size_t my_strlcpy(char* dst, const char* src, std::size_t size);

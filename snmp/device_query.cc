@@ -10,14 +10,7 @@
 
 namespace {
 
-// The maker's objects stand below its own enterprise number.
-constexpr char kSysName[] = "1.3.6.1.2.1.1.5.0";
-constexpr char kVendor[] = "1.3.6.1.4.1.731.1.2.1.1.0";
-constexpr char kModel[] = "1.3.6.1.4.1.731.1.2.1.2.0";
-constexpr char kIfPhysAddress1[] = "1.3.6.1.2.1.2.2.1.6.1";
-
 constexpr int kMacValueSize = 256;
-constexpr size_t kMacTextSize = sizeof("00:00:00:00:00:00");
 
 // GET with the default community. On success *length is the number of bytes received.
 int GetValue(const char* address, const char* oid, unsigned char* value, int* length) {
@@ -40,24 +33,26 @@ int net_get_string(const char* address, const char* oid, char* buffer, int lengt
 }
 
 int net_get_name(const char* address, char* buffer, int length) {
-  return net_get_string(address, kSysName, buffer, length);
+  return net_get_string(address, kSysNameObject, buffer, length);
 }
 
 int net_get_vendor(const char* address, char* buffer, int length) {
-  return net_get_string(address, kVendor, buffer, length);
+  return net_get_string(address, kVendorObject, buffer, length);
 }
 
 int net_get_model(const char* address, char* buffer, int length) {
-  return net_get_string(address, kModel, buffer, length);
+  return net_get_string(address, kModelObject, buffer, length);
 }
 
 int net_get_mac(const char* address, char* buffer) {
   unsigned char mac[kMacValueSize] = {};
   int received = kMacValueSize;
-  const int result = GetValue(address, kIfPhysAddress1, mac, &received);
-  if (result == 0) {
-    snprintf(buffer, kMacTextSize, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
-  }
+  const int result = GetValue(address, kIfPhysAddress1Object, mac, &received);
+  if (result == 0) net_mac_text(mac, buffer);
   return result;
+}
+
+void net_mac_text(const unsigned char* mac, char* text) {
+  snprintf(text, kMacTextSize, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
+           mac[4], mac[5]);
 }

@@ -6,6 +6,15 @@
 // thread; the wait is a cancellation point (pthread_cancel).
 #pragma once
 
+// The objects asked for. The maker's stand below its own enterprise number.
+constexpr char kSysNameObject[] = "1.3.6.1.2.1.1.5.0";
+constexpr char kVendorObject[] = "1.3.6.1.4.1.731.1.2.1.1.0";
+constexpr char kModelObject[] = "1.3.6.1.4.1.731.1.2.1.2.0";
+constexpr char kIfPhysAddress1Object[] = "1.3.6.1.2.1.2.2.1.6.1";
+
+// Room for a hardware address as text.
+constexpr int kMacTextSize = sizeof("00:00:00:00:00:00");
+
 // Asks for the variable `oid` (dotted-decimal text) and stores its value as text, without the
 // trailing bytes that are not visible ASCII characters. A value of exactly `length` bytes is
 // accepted and terminated at buffer[length]: the buffer must have `length` + 1 bytes.
@@ -24,3 +33,6 @@ int net_get_model(const char* address, char* buffer, int length);
 // pairs with colons: 17 characters and a terminating zero. Bytes missing from the answer read 00,
 // further ones are left out.
 int net_get_mac(const char* address, char* buffer);
+
+// Writes the first six bytes of a hardware address in that form; `text` has kMacTextSize bytes.
+void net_mac_text(const unsigned char* mac, char* text);

@@ -8,13 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "app/debug_log.h"
 #include "app/malloc_ptr.h"
 #include "snmp/copy_text.h"
 #include "snmp/device_query.h"
 #include "snmp/request.h"
+#include "ui/survey_rules.h"
 
 // The survey's lines carry its own name, whichever of its steps writes them.
 #define SURVEY_HERE "searchMachine", __LINE__
@@ -24,12 +24,6 @@ namespace {
 // Has a successor on the maker's devices only.
 constexpr char kDiscoveryOid[] = "1.3.6.1.4.1.731.405.1.1.1.3";
 constexpr char kCommunity[] = "public";
-constexpr unsigned int kGatheringSeconds = 1;
-constexpr int kMaxAnswers = 256;
-
-// Received texts: their capacity, and the room for the zero behind a text that fills it.
-constexpr int kTextCapacity = 256;
-constexpr int kTextSize = kTextCapacity + 1;
 
 // What one device said.
 struct Device {
@@ -64,12 +58,6 @@ class MachineList {
   int m_iNumMachine = 0;
 };
 
-void FillRequest(snmp_simple_pdu* request) {
-  request->pdu_type = kPduGetNext;
-  memcpy(request->community, kCommunity, sizeof(kCommunity));
-  memcpy(request->variables[0].name, kDiscoveryOid, sizeof(kDiscoveryOid));
-}
-
 bool AskDevice(Device* device) {
   return net_get_model(device->szIP, device->szModel, kTextCapacity) == 0 &&
          net_get_vendor(device->szIP, device->szVendor, kTextCapacity) == 0 &&
@@ -81,24 +69,12 @@ void LogTexts(const Device& device) {
             device.szIP, device.szModel, device.szVendor, device.szName);
 }
 
-// Removes every underscore together with the byte behind it: T55_E becomes T55. An underscore at
-// the end takes the byte before it along: ABC_ becomes AB.
-void RemoveSuffixes(char* model) {
-  while (char* mark = strchr(model, '_')) {
-    if (mark[1] != '\0') {
-      memmove(mark, mark + 2, strlen(mark + 2) + 1);
-    } else if (mark > model) {
-      mark[-1] = '\0';
-    } else {
-      mark[0] = '\0';
-    }
-  }
-}
-
-// Puts the shown name, vendor and model, into szVendor.
-void JoinVendorAndModel(Device* device) {
-  const std::string joined = std::string(device->szVendor) + " " + device->szModel;
-  device->szVendor[joined.copy(device->szVendor, kTextCapacity - 1)] = '\0';
+// Appends a text to the vendor's, cut to what it has room for.
+void AppendToVendor(char* vendor, const char* text) {
+  const size_t length = strnlen(vendor, kTextCapacity - 1);
+  const size_t added = strnlen(text, kTextCapacity - 1 - length);
+  memcpy(vendor + length, text, added);
+  vendor[length + added] = '\0';
 }
 
 void LogRecord(const Device& device, int count) {
@@ -118,12 +94,35 @@ void SurveyDevice(uint64_t source_address, MachineList* machines) {
   RemoveSuffixes(device.szModel);
   myDbgFunc(DBG_PREFIX "Delete Suffix from Model Name.\n", SURVEY_HERE);
   LogTexts(device);
-  JoinVendorAndModel(&device);
+  JoinVendorAndModel(device.szVendor, device.szModel);
   machines->Append(device);
   LogRecord(device, machines->Count());
 }
 
 }  // namespace
+
+void FillDiscoveryRequest(snmp_simple_pdu* request) {
+  request->pdu_type = kPduGetNext;
+  memcpy(request->community, kCommunity, sizeof(kCommunity));
+  memcpy(request->variables[0].name, kDiscoveryOid, sizeof(kDiscoveryOid));
+}
+
+void RemoveSuffixes(char* model) {
+  while (char* mark = strchr(model, '_')) {
+    if (mark[1] != '\0') {
+      memmove(mark, mark + 2, strlen(mark + 2) + 1);
+    } else if (mark > model) {
+      mark[-1] = '\0';
+    } else {
+      mark[0] = '\0';
+    }
+  }
+}
+
+void JoinVendorAndModel(char* vendor, const char* model) {
+  AppendToVendor(vendor, " ");
+  AppendToVendor(vendor, model);
+}
 
 MACHINEINFO* searchMachine(int* count, GtkProgressBar* /*progress*/) {
   const SnmpSimplePduPtr request(get_simple_pdu_memory(1, 1), {1});
@@ -133,7 +132,7 @@ MACHINEINFO* searchMachine(int* count, GtkProgressBar* /*progress*/) {
     myDbgFunc(DBG_PREFIX "searchMachine memory alloc failed!\n", DBG_HERE);
     return nullptr;
   }
-  FillRequest(request.get());
+  FillDiscoveryRequest(request.get());
   MachineList machines;
   int num = 0;
   if (multi_snmp_request_simple("255.255.255.255", kGatheringSeconds, request.get(), answers.get(),

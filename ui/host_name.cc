@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "resource/rc_tables.h"
+#include "resource/text_copy.h"
 
 namespace {
 
