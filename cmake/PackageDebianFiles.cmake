@@ -1,5 +1,8 @@
 # Run by CPack between installing into its own folder and packing that: adds what Debian reads of a
 # package, and gives all files the time of the last change, so that a package can be made again.
+if(NOT CPACK_GENERATOR STREQUAL DEB)
+  return()
+endif()
 set(root ${CPACK_TEMPORARY_DIRECTORY})
 set(doc ${root}/usr/share/doc/${CPACK_PACKAGE_NAME})
 set(files ${CPACK_DEBIAN_FILES_DIR})
@@ -8,9 +11,10 @@ set(files ${CPACK_DEBIAN_FILES_DIR})
 file(MAKE_DIRECTORY ${root}/usr/share/doc ${root}/usr/share/lintian/overrides)
 file(RENAME ${root}/usr/local/share/doc/${CPACK_PACKAGE_NAME} ${doc})
 file(REMOVE ${root}/usr/local/share/doc)
-file(INSTALL ${files}/copyright DESTINATION ${doc})
-file(INSTALL ${files}/lintian-overrides DESTINATION ${root}/usr/share/lintian/overrides
-  RENAME ${CPACK_PACKAGE_NAME})
+# Not file(INSTALL), which looks at DESTDIR, which CPack sets.
+file(COPY_FILE ${files}/copyright ${doc}/copyright)
+file(COPY_FILE ${files}/lintian-overrides
+  ${root}/usr/share/lintian/overrides/${CPACK_PACKAGE_NAME})
 
 # compress(FILE NAME): FILE as NAME, with nothing in it that tells when.
 function(compress from name)
