@@ -26,15 +26,29 @@ def twenty(first, begin):
     return "".join(loose(f"{first}{number}", number) for number in range(begin, begin + 10))
 
 
+# Links come up behind the back of the command that sets them up.
+UP = "until ip link show dev {0} | grep -q 'state UP'; do sleep 0.01; done"
+
+
 def to_the_office(number, name="eth0"):
     """A way to the scanners, like the lab's own, as 10.77.2.NUMBER."""
+    address, far = f"10.77.2.{number}", f"desk{number}"
+    mac, far_mac = (f"02:56:44:56:{kind}:{number:02x}" for kind in ("59", "5a"))
+    office = (
+        f"ip link set {far} up",
+        f"ip route add {address}/32 dev {far}",
+        f"ip neigh add {address} lladdr {mac} dev {far} nud permanent",
+        UP.format(far),
+    )
     return f"""
-ip link add {name} address 02:56:44:56:59:{number:02x} type veth \
-  peer name desk{number} netns /tmp/.lab/office
-ip address add 10.77.2.{number}/16 broadcast + dev {name}
+ip link add {name} address {mac} type veth \
+  peer name {far} address {far_mac} netns /tmp/.lab/office
+ip address add {address}/16 broadcast + dev {name}
 ip link set {name} up
-lab-office sh -ec "ip link set desk{number} up; ip route add 10.77.2.{number}/32 dev desk{number}"
+lab-office sh -ec "{"; ".join(office)}"
+{UP.format(name)}
 ip route add default via 10.77.0.1
+ip neigh add 10.77.0.101 lladdr {far_mac} dev {name} nud permanent
 """
 
 
