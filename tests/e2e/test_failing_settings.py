@@ -207,7 +207,7 @@ def test_folders_that_take_no_settings_or_not_all(open_homes, make_disk, tmp_pat
     homes["read-only"] = []
     disk = make_disk(folder_of(tmp_path, "read-only"))
     old_file(disk.folder)
-    subprocess.run(["mount", "-o", "remount,ro", disk.folder], check=True)
+    subprocess.run(["mount", "-o", "remount,bind,ro", disk.folder], check=True)
 
     homes["closed-folder"] = program.HEED_FILE_MODES
     old_file(folder_of(tmp_path, "closed-folder")).parent.chmod(0o555)
