@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <vector>
 
 #include "app/cancellation_off.h"
 #include "app/malloc_ptr.h"
@@ -37,12 +36,15 @@ int WaitReadable(int socket, unsigned int seconds, fd_set* readable) {
 
 // gethostbyname(3) without its static result, which two threads would share.
 bool LookUpHost(const char* name, in_addr* result) {
-  std::vector<char> buffer(1024);
+  MallocPtr<char> buffer;
   hostent entry{};
   hostent* found = nullptr;
-  int error = 0;
-  while (gethostbyname_r(name, &entry, buffer.data(), buffer.size(), &found, &error) == ERANGE) {
-    buffer.resize(buffer.size() * 2);
+  int status = ERANGE;
+  for (size_t size = 1024; status == ERANGE; size *= 2) {
+    buffer = AllocateZeroed<char>(size);
+    if (buffer == nullptr) return false;
+    int error = 0;
+    status = gethostbyname_r(name, &entry, buffer.get(), size, &found, &error);
   }
   if (found == nullptr || found->h_addr_list[0] == nullptr) return false;
   memcpy(result, found->h_addr_list[0], sizeof(*result));
