@@ -10,11 +10,12 @@ set(files ${CPACK_DEBIAN_FILES_DIR})
 # The documentation belongs to the package, not to what the administrator keeps below /usr/local.
 file(MAKE_DIRECTORY ${root}/usr/share/doc ${root}/usr/share/lintian/overrides)
 file(RENAME ${root}/usr/local/share/doc/${CPACK_PACKAGE_NAME} ${doc})
-file(REMOVE ${root}/usr/local/share/doc)
+file(REMOVE_RECURSE ${root}/usr/local/share/doc)
+set(overrides ${root}/usr/share/lintian/overrides/${CPACK_PACKAGE_NAME})
 # Not file(INSTALL), which looks at DESTDIR, which CPack sets.
 file(COPY_FILE ${files}/copyright ${doc}/copyright)
-file(COPY_FILE ${files}/lintian-overrides
-  ${root}/usr/share/lintian/overrides/${CPACK_PACKAGE_NAME})
+file(COPY_FILE ${files}/lintian-overrides ${overrides})
+file(CHMOD ${doc}/copyright ${overrides} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 # compress(FILE NAME): FILE as NAME, with nothing in it that tells when.
 function(compress from name)
