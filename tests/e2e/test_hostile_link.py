@@ -13,7 +13,7 @@ from packet_cannon.office import address
 
 SCANNERS = 6
 QUESTIONS = ("model", "vendor", "name")
-MOST_DELAY = 0.3
+MOST_DELAY = 0.2
 LOSS = Faults(loss=0.3)
 TWICE = Faults(twice=0.5)
 DELAY = Faults(delay=MOST_DELAY)  # a random one for each packet, so that they overtake each other

@@ -116,6 +116,8 @@ class Office:
         self._later = []
         self._numbers = itertools.count()
         self._failure = None
+        self._idle = threading.Event()
+        self._idle.set()
         self._stop, self._stopped = socket.socketpair()
         self._thread = threading.Thread(target=self._run, daemon=True)
 
@@ -180,6 +182,11 @@ class Office:
                 waiting = 0
                 self.wait_until_read(port)
 
+    def wait_until_idle(self, seconds=20.0):
+        """Waits until every answer to what was asked is sent, except for those with a delay."""
+        if not self._idle.wait(seconds):
+            raise AssertionError("the scanners still answer")
+
     @staticmethod
     def wait_until_read(port, seconds=20.0):
         """Waits until the program has read all that was sent to its port, or closed that."""
@@ -227,5 +234,7 @@ class Office:
             raise AssertionError(f"no question of the program, from {sender}: {data.hex()}")
         target = socket.inet_ntoa(extra[0][2][8:12])
         asked = Asked(time.time(), target, sender[1], question)
+        self._idle.clear()
         self.asked.append(asked)
         self.send(sender[1], self.script(asked))
+        self._idle.set()
