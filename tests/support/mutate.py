@@ -82,6 +82,7 @@ class Copy:
         self.folder = WORK / str(number)
         self.parallel = parallel
         self.log = None
+        self.unbroken = {}  # contents of the files that are broken now
 
     def update(self):
         """Takes over the tracked files, touching only those that differ."""
@@ -115,7 +116,8 @@ class Copy:
         flags = ["--mount", "--net", "--pid", "--fork", "--kill-child=KILL", "--mount-proc"]
         if os.getuid() != 0:
             flags += ["--user", "--map-root-user"]
-        private = ["unshare", *flags, "sh", "-c", PRIVATE, "sh", self.folder, TREE, *command]
+        private = ["setpriv", "--pdeathsig", "KILL", "unshare", *flags]
+        private += ["sh", "-c", PRIVATE, "sh", self.folder, TREE, *command]
         settings = {**os.environ, "CCACHE_BASEDIR": str(TREE), **(environment or {})}
         process = subprocess.Popen(
             private,
@@ -159,24 +161,26 @@ class Copy:
 
     def break_it(self, mutation):
         for file, text in list(mutation.broken(self.folder)):
+            self.unbroken[file] = (self.folder / file).read_text()
             (self.folder / file).write_text(text)
 
-    def mend(self, mutation):
-        for file in mutation.hunks:
-            self.take(file)
+    def mend(self):
+        for file, text in self.unbroken.items():
+            (self.folder / file).write_text(text)
+        self.unbroken = {}
 
 
 def read_results(output):
-    """What CTest says of each test. The output of one that failed follows its line."""
+    """What CTest says of each test, at last. The output of one that failed follows its line."""
     lines = list(RESULT.finditer(output))
     ends = [line.start() for line in lines[1:]] + [len(output)]
-    results = []
+    results = {}
     for line, end in zip(lines, ends):
         name, how, seconds = line.groups()
         if "Not Run" in how:
             raise CannotRun(f"{name} was not run")
-        results.append(Result(name, how, float(seconds), output[line.end() : end]))
-    return results
+        results[name] = Result(name, how, float(seconds), output[line.end() : end])
+    return list(results.values())
 
 
 def program(word):
@@ -220,10 +224,10 @@ class Tester:
             start = time.monotonic()
             try:
                 result = self.attempt(mutation)
-            except (CannotRun, mutations.PatchError) as error:
+            except Exception as error:  # the others have their turn whatever becomes of this one
                 result = "error", str(error)
             finally:
-                self.copy.mend(mutation)
+                self.copy.mend()
             self.report.add(mutation, *result, time.monotonic() - start)
 
     def attempt(self, mutation):
@@ -252,7 +256,7 @@ class Tester:
         if not run.failed or not self.fails_again(run):
             return "missed", "by all tests"
         # It proves something only if it passes without the break.
-        self.copy.mend(mutation)
+        self.copy.mend()
         self.copy.build(["all"])
         if self.fails_again(run):
             return "missed", f"by all tests; {run.failed} fails without the break, too"
@@ -315,7 +319,7 @@ def prepare(words, jobs):
     for copy in copies[1:]:
         copy.clone(first)
     print("Testing the unbroken copy", flush=True)
-    choice = ["-R", chosen(words)]
+    choice = ["--repeat", "until-pass:2", "-R", chosen(words)]
     run = first.test(choice, parallel=3 * (os.cpu_count() or 1))
     if run.failed:
         raise CannotRun(f"the unbroken copy fails {run.failed}:\n{run.failed.output[:3000]}")
@@ -331,7 +335,9 @@ def try_all(selected, jobs, quick):
     # Those that take long first, so that all copies have work until the end.
     for mutation in sorted(selected, key=testers[0].limit, reverse=True):
         waiting.put(mutation)
-    threads = [threading.Thread(target=tester.work, args=[waiting]) for tester in testers]
+    threads = [
+        threading.Thread(target=tester.work, args=[waiting], daemon=True) for tester in testers
+    ]
     for thread in threads:
         thread.start()
     for thread in threads:
