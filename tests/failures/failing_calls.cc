@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/select.h>
@@ -19,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "tests/support/cancelled_thread.h"
 
@@ -87,6 +89,7 @@ struct RealCalls {
     Find(&ioctl, "ioctl");
     Find(&fopen, "fopen");
     Find(&fdopen, "fdopen");
+    Find(&getpwuid, "getpwuid");
   }
 
   int (*socket)(int, int, int);
@@ -96,6 +99,7 @@ struct RealCalls {
   int (*ioctl)(int, unsigned long, ...);
   FILE* (*fopen)(const char*, const char*);
   FILE* (*fdopen)(int, const char*);
+  passwd* (*getpwuid)(uid_t);
 };
 
 const RealCalls& Real() {
@@ -209,6 +213,16 @@ FILE* fdopen(int fd, const char* mode) noexcept {
   return Fails(failing::kFdopen, ENOMEM) ? nullptr : Real().fdopen(fd, mode);
 }
 
+passwd* getpwuid(uid_t uid) {
+  if (Fails(failing::kGetpwuid, ENOMEM)) return nullptr;
+  const bool was_armed = std::exchange(armed, false);
+  const bool was_counting = std::exchange(counting, false);
+  passwd* user = Real().getpwuid(uid);
+  armed = was_armed;
+  counting = was_counting;
+  return user;
+}
+
 }  // extern "C"
 
 void* operator new(size_t size) {
@@ -226,8 +240,8 @@ void operator delete[](void* block, size_t /*size*/) noexcept { free(block); }
 
 namespace {
 
-constexpr const char* kNames[failing::kCalls] = {"malloc", "socket", "sendto", "recvfrom",
-                                                 "select", "ioctl",  "fopen",  "fdopen"};
+constexpr const char* kNames[failing::kCalls] = {"malloc", "socket", "sendto", "recvfrom", "select",
+                                                 "ioctl",  "fopen",  "fdopen", "getpwuid"};
 
 // What the child tells in front of the texts.
 struct Head {
@@ -277,6 +291,7 @@ void WriteAll(int fd, const void* data, size_t size) {
 [[noreturn]] void BeChild(Call call, Mode mode, int n, const failing::Operation& operation,
                           int output, int errors) {
   alarm(kPatienceSeconds);
+  operation.prepare();
   dup2(errors, STDERR_FILENO);
   const int descriptors = CountDescriptors();
   Head head{};
@@ -363,7 +378,7 @@ int FailEach(Call call, Mode mode, const Operation& operation, int side_by_side,
       if (!result.reached && runs == 0) runs = child.n;
     }
     if (runs == 0 && !::testing::Test::HasFailure()) continue;
-    printf("%s fails%s: %d runs\n", kNames[call], when, runs);
+    printf("%s: %s fails%s: %d runs\n", operation.name, kNames[call], when, runs);
     return runs;
   }
 }

@@ -24,8 +24,9 @@ enum Call {
   kIoctl,     // ENODEV
   kFopen,     // EMFILE
   kFdopen,    // ENOMEM
+  kGetpwuid,  // ENOMEM; nothing else fails within it, as the C library keeps what it has set up then
 };
-constexpr int kCalls = kFdopen + 1;
+constexpr int kCalls = kGetpwuid + 1;
 
 enum Mode {
   kOnce,        // only the n-th call fails
@@ -33,12 +34,14 @@ enum Mode {
 };
 constexpr Mode kModes[] = {kOnce, kFromThenOn};
 
-// What is done with a call failing, what can be seen of it then, and how its results are released.
-// Only the first one is made to fail. All run in one process.
+// What is done with a call failing, what can be seen of it then, how its results are released, and
+// what is done before. Calls fail in the first one only. All run in one process.
 struct Operation {
+  const char* name;
   std::function<void()> run;
   std::function<std::string()> describe;
   std::function<void()> release = [] {};
+  std::function<void()> prepare = [] {};
 };
 
 // What came of one process.

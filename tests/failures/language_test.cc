@@ -63,7 +63,8 @@ std::string Describe() {
   return std::to_string(loaded) + " " + folder + " " + std::to_string(right);
 }
 
-const failing::Operation kLoad = {[] {
+const failing::Operation kLoad = {"language file",
+                                  [] {
                                     file = std::make_unique<CRctFile>();
                                     loaded = file->Load(dir.c_str(), kFileName);
                                   },

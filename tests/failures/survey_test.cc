@@ -87,8 +87,8 @@ std::string Describe() {
   return seen;
 }
 
-const failing::Operation kSurvey = {[] { machines = searchMachine(&count, nullptr); }, Describe,
-                                    [] { free(machines); }};
+const failing::Operation kSurvey = {"survey", [] { machines = searchMachine(&count, nullptr); },
+                                    Describe, [] { free(machines); }};
 
 bool Says(const Result& result, const std::string& words) {
   return result.errors.find(words) != std::string::npos;
@@ -161,10 +161,17 @@ TEST_P(SurveyFailureTest, WithoutWaitingGatheringStopsAtWhatThereIs) {
 }
 
 TEST_P(SurveyFailureTest, NeedsNoFileAndNoInterface) {
-  for (const failing::Call call : {failing::kIoctl, failing::kFopen, failing::kFdopen}) {
+  for (const failing::Call call : {failing::kIoctl, failing::kFopen, failing::kGetpwuid}) {
     const auto check = [](const Result& result) { EXPECT_EQ(Shown(kAll), result.seen); };
     EXPECT_EQ(1, FailEach(call, GetParam(), kSurvey, 1, check));
   }
+}
+
+TEST_P(SurveyFailureTest, ALogThatCannotBeOpenedLosesItsLinesOnly) {
+  myDbgFunc = myDbgOutputLog;
+  const auto check = [](const Result& result) { EXPECT_EQ(Shown(kAll), result.seen); };
+  EXPECT_EQ(2 + kCount * 8 + 1,
+            FailEach(failing::kFdopen, GetParam(), kSurvey, kSideBySide, check));
 }
 
 // --- memory -------------------------------------------------------------------------------------
