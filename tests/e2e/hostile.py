@@ -81,7 +81,7 @@ def everything_wrong(valid, how_many=500):
 class UsualWatch(Watch):
     """Threads and descriptors must not become more, nor the memory."""
 
-    SLACK = 256 * 1024 if SANITIZED else Watch.SLACK
+    SLACK = 512 * 1024 if SANITIZED else Watch.SLACK
 
 
 class LooseWatch(UsualWatch):
