@@ -1,14 +1,26 @@
 """The dialog that is shown while the program searches for scanners."""
+import pytest
+
 from desktop_driver.waiting import wait_until
 from desktop_driver.xwindows import ManagedWindow
 
 LABEL = "Searching online devices..."
 # A survey of this scanner takes long enough to do something meanwhile.
-SLOW = "[scanner Slow]\ndelay.model = 1500\n"
+SLOW = "[scanner Slow]\ndelay.model = 2500\n"
+# A survey of these does not end while somebody looks at the dialog, on a busy machine either.
+ENDLESS = "".join(f"[scanner {number}]\ndelay.model = 2900\n" for number in range(20))
 
 
-def test_dialog_shows_a_label_an_empty_bar_and_cancel(open_network_page):
-    dialog = open_network_page().begin_search()
+@pytest.fixture
+def lasting_search(open_network_page, start_scanners):
+    """The main window and the dialog of a search that goes on until the program is ended."""
+    window = open_network_page()
+    start_scanners(ENDLESS)
+    return window, window.begin_search()
+
+
+def test_dialog_shows_a_label_an_empty_bar_and_cancel(lasting_search):
+    _window, dialog = lasting_search
     assert [label.name for label in dialog.all("label")] == [LABEL]
     assert [button.name for button in dialog.all("push button")] == ["Cancel"]
     (bar,) = dialog.all("progress bar")
@@ -19,18 +31,17 @@ def test_dialog_shows_a_label_an_empty_bar_and_cancel(open_network_page):
 
 
 def test_bar_is_still_empty_when_the_search_ends(open_network_page, start_scanners):
-    peers = start_scanners(SLOW)
+    peers = start_scanners("[scanner Slow]\ndelay.name = 2500\n")
     window = open_network_page()
     bar = window.begin_search().find("progress bar")
-    # The pause behind the survey is what remains of the search.
-    wait_until(lambda: len(peers.asked("name")) == 2, "the survey to end")
+    # The last answer and the pause behind the survey are what remains of the search.
+    wait_until(lambda: len(peers.asked("name")) == 2, "the last question")
     assert bar.value == 0
     window.wait_for_no_dialog()
 
 
-def test_dialog_is_modal_without_title_or_close_button_and_of_fixed_size(open_network_page):
-    window = open_network_page()
-    dialog = window.begin_search()
+def test_dialog_is_modal_without_title_or_close_button_and_of_fixed_size(lasting_search):
+    window, dialog = lasting_search
     assert dialog.modal
     assert dialog.name == ""
     managed = ManagedWindow.dialog_of(window.tool)
@@ -41,9 +52,8 @@ def test_dialog_is_modal_without_title_or_close_button_and_of_fixed_size(open_ne
     assert managed.owner == int(ManagedWindow.main_of(window.tool).number, 16)
 
 
-def test_dialog_opens_over_the_middle_of_the_main_window(open_network_page):
-    window = open_network_page()
-    window.begin_search()
+def test_dialog_opens_over_the_middle_of_the_main_window(lasting_search):
+    window, _dialog = lasting_search
     main, managed = ManagedWindow.main_of(window.tool), ManagedWindow.dialog_of(window.tool)
     for side in (0, 1):
         middle = managed.position[side] + managed.size[side] / 2
