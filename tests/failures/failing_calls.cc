@@ -365,6 +365,7 @@ int FailEach(Call call, Mode mode, const Operation& operation, int side_by_side,
   fflush(stdout);  // or every child prints it too
   for (int first = 1;; first += side_by_side) {
     std::vector<Child> children;
+    children.reserve(static_cast<size_t>(side_by_side));
     for (int i = 0; i < side_by_side; ++i) {
       children.push_back(StartChild(call, mode, first + i, operation));
     }

@@ -5,7 +5,6 @@
 // fourth one.
 #include <dlfcn.h>
 #include <pthread.h>
-#include <sys/auxv.h>
 
 #include <atomic>
 #include <cerrno>
@@ -14,15 +13,10 @@
 
 namespace {
 
-void* ObjectOf(void* address) {
-  Dl_info info{};
-  return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
-}
-
-// The program's own functions run in threads with default attributes, those of GLib in others.
-bool IsProgram(void* (*entry)(void*), const pthread_attr_t* attributes) {
-  return attributes == nullptr && ObjectOf(reinterpret_cast<void*>(entry)) ==
-                                      ObjectOf(reinterpret_cast<void*>(getauxval(AT_ENTRY)));
+bool IsInProgram(void* (*function)(void*)) {
+  Dl_info object{};
+  return dladdr(reinterpret_cast<void*>(function), &object) != 0 &&
+         strcmp(object.dli_fname, program_invocation_name) == 0;
 }
 
 bool Fails() {
@@ -38,6 +32,7 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
                               void* (*entry)(void*), void* argument) noexcept {
   static const auto real =
       reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-  if (IsProgram(entry, attributes) && Fails()) return EAGAIN;
+  // The program starts its threads with default attributes, GLib does not.
+  if (attributes == nullptr && IsInProgram(entry) && Fails()) return EAGAIN;
   return real(thread, attributes, entry, argument);
 }

@@ -18,7 +18,6 @@ using failing::FailEach;
 using failing::Mode;
 using failing::Result;
 using fake_network::Bytes;
-using fake_network::Hex;
 using fake_network::Host;
 using fake_network::Office;
 using fake_network::Received;

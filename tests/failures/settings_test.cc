@@ -36,11 +36,11 @@ class SettingsFailureTest : public UiTest, public ::testing::WithParamInterface<
     UiTest::TearDown();
   }
 
-  void Set(const char* scanpath, const char* ocrpath, std::string name, std::string flag) {
+  void Set(const char* scanpath, const char* ocrpath, const char* name, const char* flag) {
     General().setScanpath(scanpath);
     General().setOcrpath(ocrpath);
-    Network().setHostname(name.data());
-    Network().setPCNameListUp(flag.data());
+    Network().setHostname(std::string(name).data());
+    Network().setPCNameListUp(std::string(flag).data());
   }
 
   // The settings that the window has, as they are written.

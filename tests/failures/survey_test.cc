@@ -35,6 +35,8 @@ constexpr int kCountBefore = 77;
 // The texts are long, so that a copy of them in a string would need memory.
 const std::string kVendor = "Veltrana Imaging and Office Automation";
 const std::string kModel = "T55 with the large document feeder";
+const std::string kShownModel =
+    "Veltrana Imaging and Office Automation T55 with the large document feeder";
 
 const std::vector<std::string> kScanners = {"10.77.0.64", "10.77.0.65", "10.77.0.66"};
 constexpr int kCount = 3;
@@ -80,8 +82,8 @@ std::string Describe() {
   std::string seen;
   for (int i = 0; i < count; ++i) {
     const MACHINEINFO& machine = machines[i];
-    const bool right = machine.szModelName == kVendor + " " + kModel &&
-                       machine.szMachineName == NameOf(machine.szIPAddress);
+    const bool right =
+        machine.szModelName == kShownModel && machine.szMachineName == NameOf(machine.szIPAddress);
     seen += right ? std::string(machine.szIPAddress) + " " : "a wrong record ";
   }
   return seen;
