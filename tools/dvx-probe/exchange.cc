@@ -18,6 +18,7 @@ struct Conversation {
   CUdpPort port;
   const Question* question;
   Outcome* outcome;
+  Clock::time_point begin;
   Clock::time_point end;
 };
 
@@ -35,7 +36,8 @@ class CExchange {
     outcome->sendError = port.Send(question.to, question.data);
     outcome->port = port.Port();
     if (outcome->sendError != 0) return Tell();
-    m_Running.push_back({std::move(port), &question, outcome, Clock::now() + m_Wait});
+    const Clock::time_point now = Clock::now();
+    m_Running.push_back({std::move(port), &question, outcome, now, now + m_Wait});
   }
 
   // Waits until something happens, and takes it.
@@ -73,8 +75,10 @@ class CExchange {
     std::optional<Datagram> answer = item->port.Receive();
     if (!answer) return false;
     const bool asked = same_address(answer->from.sin_addr, item->question->to.sin_addr);
+    const Clock::time_point now = Clock::now();
+    answer->seconds = std::chrono::duration<double>(now - item->begin).count();
     item->outcome->answers.push_back(std::move(*answer));
-    item->end = Clock::now() + m_Wait;
+    item->end = now + m_Wait;
     Tell();
     return asked || m_Ends == Ends::kWithFirstAnswer;
   }

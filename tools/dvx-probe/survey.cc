@@ -41,15 +41,6 @@ bool IsAmong(const std::vector<PlaceAsked>& places, const PlaceAsked& place) {
   });
 }
 
-void AddInterface(const Interface& interface, std::vector<PlaceAsked>* places) {
-  if (!interface.up) return;
-  for (const InterfaceAddress& address : interface.addresses) {
-    if (address.broadcast.s_addr == 0) continue;
-    const PlaceAsked place = BroadcastOf(interface, address);
-    if (!IsAmong(*places, place)) places->push_back(place);
-  }
-}
-
 void AddNamedInterface(const std::vector<Interface>& interfaces, const std::string& name,
                        std::vector<PlaceAsked>* places) {
   const auto found = std::find_if(interfaces.begin(), interfaces.end(),
@@ -58,7 +49,7 @@ void AddNamedInterface(const std::vector<Interface>& interfaces, const std::stri
     throw std::invalid_argument("--interface " + name + ": there is no such interface");
   }
   const size_t before = places->size();
-  AddInterface(*found, places);
+  add_interface(*found, places);
   if (places->size() > before) return;
   throw std::invalid_argument("--interface " + name + ": " +
                               (found->up ? "it has no IPv4 broadcast address" : "it is down"));
@@ -70,12 +61,10 @@ std::vector<PlaceAsked> PlacesToAsk(const Places& places) {
     const std::vector<Interface> interfaces = list_interfaces();
     for (const std::string& name : places.interfaces) AddNamedInterface(interfaces, name, &asked);
     for (const Interface& item : interfaces) {
-      if (places.eachInterface && !item.loopback) AddInterface(item, &asked);
+      if (places.eachInterface && !item.loopback) add_interface(item, &asked);
     }
   } else if (places.addresses.empty()) {
-    PlaceAsked everybody;
-    everybody.destination.s_addr = INADDR_BROADCAST;
-    asked.push_back(everybody);
+    asked.push_back(everybody());
   }
   for (const in_addr address : places.addresses) {
     PlaceAsked device;
@@ -196,9 +185,28 @@ Row row_of(const Device& device) {
 
 std::vector<PlaceAsked> search(const Places& places, const Network& network) {
   std::vector<PlaceAsked> asked = PlacesToAsk(places);
-  SearchIn(&asked, false, WaitOf(network, kGatheringSeconds), network);
-  SearchIn(&asked, true, WaitOf(network, kSnmpGetSeconds), network);
+  search_at(&asked, kGatheringSeconds, network);
   return asked;
+}
+
+void search_at(std::vector<PlaceAsked>* places, unsigned int seconds, const Network& network) {
+  SearchIn(places, false, WaitOf(network, seconds), network);
+  SearchIn(places, true, WaitOf(network, kSnmpGetSeconds), network);
+}
+
+void add_interface(const Interface& interface, std::vector<PlaceAsked>* places) {
+  if (!interface.up) return;
+  for (const InterfaceAddress& address : interface.addresses) {
+    if (address.broadcast.s_addr == 0) continue;
+    const PlaceAsked place = BroadcastOf(interface, address);
+    if (!IsAmong(*places, place)) places->push_back(place);
+  }
+}
+
+PlaceAsked everybody() {
+  PlaceAsked place;
+  place.destination.s_addr = INADDR_BROADCAST;
+  return place;
 }
 
 std::vector<in_addr> scanners_of(const std::vector<PlaceAsked>& asked) {

@@ -76,6 +76,16 @@ struct PlaceAsked {
 // is not there or cannot broadcast.
 std::vector<PlaceAsked> search(const Places& places, const Network& network);
 
+// The broadcast address that the program asks.
+PlaceAsked everybody();
+
+// Adds the broadcast addresses of the interface's own networks, if it is up.
+void add_interface(const Interface& interface, std::vector<PlaceAsked>* places);
+
+// Sends the search to these places and waits, unless the network has a wait of its own, so many
+// seconds for more answers to broadcasts.
+void search_at(std::vector<PlaceAsked>* places, unsigned int seconds, const Network& network);
+
 // The addresses that count as scanners: the senders of understandable answers, each once, in order
 // of their first answer, and at most 256.
 std::vector<in_addr> scanners_of(const std::vector<PlaceAsked>& asked);

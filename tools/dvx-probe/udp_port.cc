@@ -96,7 +96,7 @@ std::optional<Datagram> CUdpPort::Receive() {
   if (received < 0) return std::nullopt;
   message.data.resize(static_cast<size_t>(received));
   const auto info = ControlMessage<in_pktinfo>(&message.header, IP_PKTINFO);
-  Datagram datagram{message.name, info.ipi_addr, info.ipi_ifindex, std::move(message.data)};
+  Datagram datagram{message.name, info.ipi_addr, info.ipi_ifindex, std::move(message.data), 0};
   if (m_pTrace != nullptr) {
     const auto time_to_live = ControlMessage<int>(&message.header, IP_TTL);
     m_pTrace->Add(datagram.from, net_socket_address(datagram.to, Port()), datagram.data,

@@ -16,6 +16,7 @@ struct Datagram {
   in_addr to;     // the address of this computer that it was sent to
   int interface;  // the index of the interface that it came in by
   Bytes data;
+  double seconds = 0;  // since the question; for whoever asked to fill in
 };
 
 class CUdpPort {
