@@ -23,11 +23,27 @@ if(VELTRANA_SANITIZE)
     -fsanitize=${VELTRANA_SANITIZE} -fno-sanitize-recover=all)
   target_link_options(veltrana_options INTERFACE -fsanitize=${VELTRANA_SANITIZE})
 endif()
+# What every program of such a build has besides its own code.
+set(sanitizer_support "")
+if(VELTRANA_SANITIZE STREQUAL "address,undefined")
+  set(sanitizer_support asan_options)
+elseif(VELTRANA_SANITIZE STREQUAL "thread")
+  set(sanitizer_support glib_threads)
+endif()
+if(sanitizer_support)
+  add_library(${sanitizer_support} OBJECT
+    ${CMAKE_SOURCE_DIR}/tests/support/${sanitizer_support}.cc)
+  target_compile_definitions(${sanitizer_support} PRIVATE _GNU_SOURCE)
+  target_compile_options(${sanitizer_support} PRIVATE
+    -fsanitize=${VELTRANA_SANITIZE} -fno-omit-frame-pointer)
+  target_link_libraries(veltrana_options INTERFACE $<TARGET_OBJECTS:${sanitizer_support}>)
+endif()
 
 # What tests with a display leave, in a sanitizer build, to the libraries that they use.
 set(sanitizer_options
   LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0
-  TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp)
+  TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp
+  FONTCONFIG_FILE=${CMAKE_SOURCE_DIR}/tests/support/fonts.conf)
 
 # veltrana_library(NAME [STRICT_CONVERSIONS] SOURCES file... [LINKS target...])
 # A static library of one folder. Headers are included by their path from the top of the tree.
@@ -61,9 +77,10 @@ function(veltrana_test name)
     add_test(NAME ${name}
       COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} -- $<TARGET_FILE:${name}>
               --gtest_output=xml:${results}/${name}.xml)
-    # The leak checker follows the stack through GTK, which has no frame pointers.
+    # The leak checker follows the stack through GTK, which has no frame pointers, and up to the
+    # functions of fontconfig that lsan.supp names.
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab" ENVIRONMENT
-      "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0")
+      "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=40")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
       PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
