@@ -1,0 +1,113 @@
+// Tests of dvx-probe's texts: rows of devices, formats, addresses, packets of the trace.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include "snmp/udp_socket.h"
+#include "tools/dvx-probe/addresses.h"
+#include "tools/dvx-probe/list_output.h"
+#include "tools/dvx-probe/registration.h"
+#include "tools/dvx-probe/texts.h"
+#include "tools/dvx-probe/trace.h"
+
+namespace {
+
+Reply Text(const std::string& text) {
+  Reply reply;
+  reply.kind = ReplyKind::kText;
+  reply.text = text;
+  return reply;
+}
+
+Device Scanner(const std::string& model, const std::string& vendor, const std::string& name) {
+  Device device;
+  device.address.s_addr = inet_addr("10.77.0.101");
+  device.model = Text(model);
+  device.vendor = Text(vendor);
+  device.name = Text(name);
+  return device;
+}
+
+TEST(Rows, AreThoseOfTheProgram) {
+  EXPECT_EQ(row_of(Scanner("T55_E", "Veltrana", "Reception")).model, "Veltrana T55");
+  EXPECT_EQ(row_of(Scanner("ABC_", "V", "n")).model, "V AB");
+  EXPECT_EQ(row_of(Scanner("T55  ", "V\t", "PRINTER-12   ")).name, "PRINTER-12");
+  EXPECT_EQ(row_of(Scanner("T55  ", "V\t", "PRINTER-12   ")).model, "V T55");
+  EXPECT_EQ(row_of(Scanner("", "", "")).model, " ");
+}
+
+TEST(Rows, TextsAreCutAsInTheProgramsRecord) {
+  const std::string longest(256, 'x');
+  const Row row = row_of(Scanner("T55", longest, longest));
+  EXPECT_EQ(row.model, std::string(255, 'x'));
+  EXPECT_EQ(row.name, std::string(255, 'x'));
+}
+
+TEST(Rows, HardwareAddressesHaveSixBytesWhateverCame) {
+  Device device = Scanner("T55", "V", "n");
+  device.hardwareAddress = Text(std::string("\x02\x11\x22\x3A\x4B\x5C\x6D", 7));
+  EXPECT_EQ(row_of(device).hardwareAddress, "02:11:22:3a:4b:5c");
+  device.hardwareAddress = Text("\x02\x11");
+  EXPECT_EQ(row_of(device).hardwareAddress, "02:11:00:00:00:00");
+  device.hardwareAddress = Text("");
+  EXPECT_EQ(row_of(device).hardwareAddress, "");
+}
+
+TEST(Csv, FieldsWithSeparatorsAreQuoted) {
+  EXPECT_EQ(csv_field("plain text"), "plain text");
+  EXPECT_EQ(csv_field("a,b"), "\"a,b\"");
+  EXPECT_EQ(csv_field("2\" disk"), "\"2\"\" disk\"");
+  EXPECT_EQ(csv_field("two\nlines"), "\"two\nlines\"");
+  EXPECT_EQ(list_text({Scanner("T55", "V", "")}, Format::kCsv),
+            "model,name,address,hardware_address\nV T55,,10.77.0.101,\n");
+}
+
+TEST(Json, ControlCharactersAndBrokenTextsStayValid) {
+  EXPECT_EQ(json_text("a\"b\\c\n\t\x01\x7F"), "\"a\\\"b\\\\c\\n\\t\\u0001\\u007f\"");
+  EXPECT_EQ(json_text("\xC3\xBC\xFF"), "\"\xC3\xBC\xEF\xBF\xBD\"");
+}
+
+TEST(Table, ColumnsAreThoseOfTheTerminal) {
+  EXPECT_EQ(columns("abc"), 3U);
+  EXPECT_EQ(columns("\xE5\x8F\x97\xE4\xBB\x98"), 4U);  // two wide characters
+  EXPECT_EQ(columns("u\xCC\x88"), 1U);                 // with a combining mark
+  EXPECT_EQ(padded("ab", 4), "ab  ");
+  EXPECT_EQ(padded("abcde", 4), "abcde");
+  EXPECT_EQ(shown_text("a\x1B[2J\r\xC2\x9B"), "a?[2J??");
+}
+
+TEST(Addresses, OnlyFourNumbersAreOne) {
+  EXPECT_TRUE(parse_address("10.77.0.101"));
+  for (const char* text :
+       {"10.77.0.256", "10.77.0", "10.77.0.1.2", "", " 10.77.0.1", "0x0a.1.1.1"}) {
+    EXPECT_FALSE(parse_address(text)) << text;
+  }
+  EXPECT_EQ(network_text({inet_addr("192.168.5.77")}, {inet_addr("255.255.254.0")}),
+            "192.168.4.0/23");
+}
+
+TEST(Addresses, ThoseOfNoSingleDeviceAreRefused) {
+  for (const char* text : {"0.1.2.3", "224.0.0.1", "239.255.255.250", "255.255.255.255"}) {
+    std::string problem;
+    EXPECT_FALSE(find_device(text, &problem)) << text;
+    EXPECT_EQ(problem, "no single device has this address");
+  }
+}
+
+TEST(Names, ScannersShowFifteenCharacters) {
+  EXPECT_EQ(name_on_scanners("fifteen-letters"), "fifteen-letters");
+  EXPECT_EQ(name_on_scanners("sixteen-letters!"), "sixteen-letters");
+  EXPECT_EQ(registered_name(std::string(70, 'x')), std::string(63, 'x'));
+}
+
+// 3 bytes from 10.77.0.10:40000 to 10.77.0.101:161; the checksums were worked out by hand.
+TEST(Trace, PacketsHaveTheirHeadersAndChecksums) {
+  const Bytes packet =
+      ipv4_packet(net_socket_address({inet_addr("10.77.0.10")}, 40000),
+                  net_socket_address({inet_addr("10.77.0.101")}, 161), {0x01, 0x02, 0x03}, 64);
+  const Bytes expected{0x45, 0x00, 0x00, 0x1F, 0x00, 0x00, 0x00, 0x00, 0x40, 0x11, 0x65,
+                       0xC6, 0x0A, 0x4D, 0x00, 0x0A, 0x0A, 0x4D, 0x00, 0x65, 0x9C, 0x40,
+                       0x00, 0xA1, 0x00, 0x0B, 0x49, 0xEC, 0x01, 0x02, 0x03};
+  EXPECT_EQ(packet, expected);
+}
+
+}  // namespace
