@@ -28,7 +28,7 @@ bool ReportPlaces(const std::vector<PlaceAsked>& asked) {
     } else if (place.direct && outcome.answers.empty()) {
       const std::string why =
           outcome.networkError != 0 ? std::string(" (") + strerror(outcome.networkError) + ")" : "";
-      Warn(address + " does not answer" + why);
+      Warn(std::string(address).append(" does not answer").append(why));
       all_well = false;
     } else if (place.direct && scanners_of({place}).empty()) {
       Warn(address + " answers with something that cannot be read");

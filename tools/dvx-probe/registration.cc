@@ -49,9 +49,9 @@ int ReplyCode(const Bytes& datagram, const UdpCommandPacket& packet) {
 // One scanner being registered on: which packet of which exchange is next.
 class CTalk {
  public:
-  CTalk(in_addr scanner, CLIENTREGPARAM* record) : m_pRecord(record) {
+  CTalk(in_addr scanner, CLIENTREGPARAM* record)
+      : m_pRecord(record), m_Packet(NewPacket(CMD_CLRG_REG, record)) {
     m_Result.address = scanner;
-    m_Packet = NewPacket(CMD_CLRG_REG, record);
   }
 
   bool IsOver() const { return m_bOver; }
@@ -89,7 +89,7 @@ class CTalk {
   }
 
   CLIENTREGPARAM* m_pRecord;
-  UdpCommandPacket m_Packet{};
+  UdpCommandPacket m_Packet;
   Registration m_Result;
   int m_iAttempt = 0;
   int m_iExchange = 0;
@@ -160,6 +160,7 @@ std::vector<Registration> register_on(const std::vector<in_addr>& scanners, cons
   const auto is_over = [](const CTalk& talk) { return talk.IsOver(); };
   while (!std::all_of(talks.begin(), talks.end(), is_over)) Round(&talks, network);
   std::vector<Registration> results;
+  results.reserve(talks.size());
   for (const CTalk& talk : talks) results.push_back(talk.Result());
   return results;
 }

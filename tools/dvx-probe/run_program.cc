@@ -35,6 +35,7 @@ bool ReadAll(int fd, std::string* text) {
 // Starts it with its standard output going to that descriptor; -1 when it cannot be started.
 pid_t Start(const std::string& path, const std::vector<std::string>& command, int output) {
   std::vector<char*> words;
+  words.reserve(command.size() + 1);
   for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);
   posix_spawn_file_actions_t actions;

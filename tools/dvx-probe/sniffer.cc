@@ -51,7 +51,7 @@ std::vector<SeenAnswer> CSniffer::Take() const {
     const ssize_t received = recvfrom(m_Socket.Get(), packet, sizeof(packet), MSG_DONTWAIT,
                                       reinterpret_cast<sockaddr*>(&link), &size);
     if (received < 0) return seen;
-    const size_t header = (packet[0] & 0xFU) * 4;
+    const size_t header = size_t{packet[0] & 0xFU} * 4;
     const bool whole = static_cast<size_t>(received) >= header + kUdpHeaderSize;
     if (!whole || packet[9] != IPPROTO_UDP || link.sll_pkttype == PACKET_OUTGOING) continue;
     SeenAnswer answer{{}, 0, link.sll_ifindex};

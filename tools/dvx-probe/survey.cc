@@ -2,7 +2,6 @@
 #include "tools/dvx-probe/survey.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 #include "snmp/copy_text.h"
@@ -110,6 +109,7 @@ void AskDevices(const std::vector<Device*>& devices, const char* object, Reply D
                 const Network& network, const char* what) {
   if (devices.empty()) return;
   std::vector<Question> questions;
+  questions.reserve(devices.size());
   for (const Device* device : devices) {
     questions.push_back(
         {net_socket_address(device->address, kSnmpPort), object_question(object), {}});
@@ -175,7 +175,7 @@ Row row_of(const Device& device) {
   if (device.hardwareAddress.kind == ReplyKind::kText) {
     unsigned char mac[kMacSize] = {};
     const std::string& value = device.hardwareAddress.text;
-    memcpy(mac, value.data(), std::min(value.size(), kMacSize));
+    std::copy_n(value.begin(), std::min(value.size(), kMacSize), mac);
     char text[kMacTextSize];
     net_mac_text(mac, text);
     if (!value.empty()) row.hardwareAddress = text;

@@ -25,7 +25,7 @@ std::string ShortEscape(char ch) {
 }
 
 std::string JsonCharacter(char ch) {
-  const std::string escape = ShortEscape(ch);
+  std::string escape = ShortEscape(ch);
   if (!escape.empty()) return escape;
   const auto byte = static_cast<unsigned char>(ch);
   if (byte >= 0x20 && byte != 0x7F) return {ch};
@@ -72,7 +72,7 @@ std::string json_text(const std::string& text) {
 }
 
 std::string csv_field(const std::string& text) {
-  const std::string valid = MakeValidUtf8(text.c_str());
+  std::string valid = MakeValidUtf8(text.c_str());
   if (valid.find_first_of("\",\r\n") == std::string::npos) return valid;
   std::string field = "\"";
   for (const char ch : valid) field += ch == '"' ? std::string("\"\"") : std::string(1, ch);
