@@ -52,7 +52,7 @@ constexpr Step kSteps[] = {kFlagRead,     kPauseBegins, kInPause, kPauseEnds,
                            kBeforeAsking, kAfterAsking, kSaidEnd};
 
 // The sanitizers take their time.
-const int kTimes = __sanitizer_get_current_allocated_bytes != nullptr ? 40 : 100;
+const int kTimes = __sanitizer_get_current_allocated_bytes != nullptr ? 20 : 100;
 
 // Bytes that a search may leave behind more than another. Its devices take more.
 constexpr long kTolerance = 400;
@@ -250,7 +250,7 @@ TEST_F(DlgSearchHandOverTest, CancelAndEndThatRaceGiveAllOrNothing) {
     const int result = Search().DoModel();
     ASSERT_NO_FATAL_FAILURE(ExpectAllOrNothing(result));
     ++results[result];
-    moment = std::max<gint64>(0, moment + (result == 1 ? -100 : 100));
+    moment = result == 1 ? moment * 3 / 4 : moment * 4 / 3 + 10;
   }
   printf("%d ended, %d were cancelled\n", results[1], results[2]);
   EXPECT_GT(results[1], 0);
@@ -285,9 +285,10 @@ long AllocatedBytes() {
 // How many more bytes are in use after a search, on average. Of several rows of searches the one
 // that takes least counts: in the others some table of GTK's may have grown.
 long BytesLeftBy(const std::function<void()>& search) {
-  constexpr int kRow = 20;
+  constexpr int kRows = 3;
+  constexpr int kRow = 10;
   long least = LONG_MAX;
-  for (int row = 0; row < kTimes / kRow; ++row) {
+  for (int row = 0; row < kRows; ++row) {
     const long before = AllocatedBytes();
     for (int i = 0; i < kRow; ++i) {
       search();
