@@ -1,7 +1,7 @@
 """The main window's parts by their place in it, whatever language their texts are in."""
 from . import program
 from .waiting import wait_until
-from .window import Control
+from .window import Control, openings
 
 GENERAL, NETWORK = 0, 1
 
@@ -37,13 +37,20 @@ class MainWindow(Control):
 
     def begin_search(self):
         """Presses Search and gives the dialog that opens. Needs the Network page."""
-        self.search.press()
+        self._press_search()
         return self.wait_for_dialog()
 
     def run_search(self):
         """Presses Search and waits until the search is over. Needs the Network page."""
-        self.begin_search()
+        self._press_search()
         self.wait_for_no_dialog()
+
+    def _press_search(self):
+        """Presses Search and waits until its dialog was there: it may be gone again."""
+        pid = self.tool.process.pid
+        before = openings.count(pid)
+        self.search.press()
+        wait_until(lambda: openings.count(pid) > before, "the search dialog to open")
 
     def wait_for_apply(self, seconds=60.0):
         """Presses Apply, waits until it is done and its button insensitive."""

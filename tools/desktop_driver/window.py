@@ -3,6 +3,8 @@
 Works on any accessible object: the application, one of its windows, a control. Names, texts and
 states are asked for afresh at each look, so what is read is what the program shows now.
 """
+import collections
+
 import gi
 
 gi.require_version("Atspi", "2.0")
@@ -16,6 +18,35 @@ from .waiting import wait_until  # noqa: E402
 # the bus is never answered, so the first ones are given up soon and asked again.
 ANSWER_MS = 60000
 FIRST_ANSWER_MS = 300
+
+
+class Openings:
+    """Counts the windows that programs open, those included that are gone before anybody looks.
+
+    The programs tell the bus of each, and what they told waits to be read here.
+    """
+
+    def __init__(self):
+        self._counts = collections.Counter()
+        self._listener = None
+
+    def watch(self):
+        """Has programs tell of the windows that they open from now on."""
+        if self._listener is None:
+            self._listener = Atspi.EventListener.new(self._note)
+            Atspi.EventListener.register(self._listener, "window:create")
+
+    def count(self, pid):
+        """The number of windows that a process opened since then."""
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self._counts[pid]
+
+    def _note(self, event):
+        self._counts[event.source.get_process_id()] += 1
+
+
+openings = Openings()
 
 
 class Control:
@@ -165,6 +196,7 @@ def cell_text(cell):
 
 def application(pid, seconds=60.0):
     """The running program with this process id, once it answers on the accessibility bus."""
+    openings.watch()
 
     def look():
         desktop = pyatspi.Registry.getDesktop(0)
