@@ -81,7 +81,7 @@ def test_all_texts_of_the_window(open_german):
     assert window.configure.name == "Einrichten..."
 
 
-def test_all_texts_of_the_dialogs(open_german):
+def test_all_texts_of_the_dialogs(open_german, start_scanners):
     window = open_german(language_text(TEXTS), "Titel")
     window.scan_browse.press()
     chooser = window.wait_for_dialog()
@@ -94,6 +94,8 @@ def test_all_texts_of_the_dialogs(open_german):
     chooser.find("push button", "Cancel").press()
     window.wait_for_no_dialog()
     window.show_page(NETWORK)
+    # The search waits for it while the dialog is looked at.
+    start_scanners("[scanner Slow]\ndelay.model = 2900\n")
     assert window.begin_search().find("label").name == "Geräte werden gesucht..."
 
 
