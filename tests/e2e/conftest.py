@@ -7,8 +7,11 @@ import contextlib
 import os
 import pathlib
 import re
+import shlex
 import shutil
+import signal
 import socket
+import subprocess
 import sys
 import time
 
@@ -19,6 +22,7 @@ sys.path.insert(0, str(TOP / "tools"))
 
 pytest.register_assert_rewrite("desktop_driver.main_window", "hostile", "hostile_answers")
 from desktop_driver import main_window, program, scanners  # noqa: E402  (needs the lines above)
+from desktop_driver import xwindows  # noqa: E402  (needs the lines above)
 from packet_cannon import office as cannon  # noqa: E402  (needs the lines above)
 
 # What the program, and GTK for it, leave in the home folder.
@@ -32,6 +36,10 @@ HOME_LEFTOVERS = (
 # a locale that the machine does not have, and a window that a test destroys.
 COMPLAINTS = re.compile(r"CRITICAL|Sanitizer|runtime error:|: G[a-zA-Z-]+WARNING")
 EXCUSES = re.compile(r"Locale not supported|unexpectedly destroyed")
+# The exit status of a program in which a sanitizer or valgrind found something, and of crashes.
+FOUND = 86
+CRASHES = (signal.SIGABRT, signal.SIGBUS, signal.SIGFPE, signal.SIGILL, signal.SIGSEGV)
+FAULTS = {FOUND, *(-number for number in CRASHES)}
 
 
 def pytest_configure(config):
@@ -70,11 +78,55 @@ def fresh_machine():
     clean_files()
 
 
+def with_checkers(environment):
+    """A program's environment with what the sanitizers heed in it, in builds that have one.
+
+    Leaks of GTK and fontconfig are told from ours by functions on the stack. Those libraries have
+    no frame pointers to follow, and some of the functions stand about 30 frames up.
+    """
+    own = {
+        "ASAN_OPTIONS": f"exitcode={FOUND}:fast_unwind_on_malloc=0:malloc_context_size=40",
+        "TSAN_OPTIONS": f"exitcode={FOUND}",
+    }
+    both = {**os.environ, **environment}
+    return {**environment, **{name: f"{own[name]}:{both.get(name) or ''}" for name in own}}
+
+
+def close_if_possible(tool):
+    """Closes the program as its user does: leaks are looked for only when it ends by itself.
+
+    One that is busy, or has a dialog open, stays as it is.
+    """
+    end = time.monotonic() + 20
+    while tool.process.poll() is None and time.monotonic() < end:
+        try:
+            windows = xwindows.window_ids(tool.process.pid)
+            if len(windows) != 1:
+                return
+            xwindows.ManagedWindow(windows[0]).close()
+        except RuntimeError:  # the window, or the whole display, has just gone
+            return
+        with contextlib.suppress(subprocess.TimeoutExpired):
+            tool.process.wait(1)
+
+
+def complaints_of(tool):
+    """The lines of its standard error that must not be there."""
+    lines = tool.errors.splitlines()
+    return [line for line in lines if COMPLAINTS.search(line) and not EXCUSES.search(line)]
+
+
+def check_end(tool):
+    """Fails when a checker found something, GTK complained or the program crashed."""
+    assert not complaints_of(tool), f"the program wrote:\n{tool.errors}"
+    status = tool.process.returncode
+    assert status not in FAULTS, f"the program ended with {status} and wrote:\n{tool.errors}"
+
+
 @pytest.fixture
 def start_program():
-    """Starts the program; at the end of the test it must not have made GTK complain."""
-    # Leaks are not what these tests are about, and GTK has its own.
-    options = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
+    """Starts the program, which must not crash, make GTK complain or lose memory by the end."""
+    wrapper_of_all = shlex.split(os.environ.get("VELTRANA_WRAPPER", ""))
     started = []
     with contextlib.ExitStack() as stack:
 
@@ -82,18 +134,17 @@ def start_program():
             tool = program.Program(
                 os.environ["VELTRANA_PROGRAM"],
                 arguments,
-                {"ASAN_OPTIONS": options, **(environment or {})},
-                wrapper,
+                with_checkers(environment or {}),
+                [*wrapper, *wrapper_of_all],
             )
             started.append(stack.enter_context(tool))
             return tool
 
         yield start
-        lines = [line for tool in started for line in tool.errors.splitlines()]
-        complaints = [
-            line for line in lines if COMPLAINTS.search(line) and not EXCUSES.search(line)
-        ]
-        assert not complaints, f"{len(complaints)} complaints, the first: {complaints[0]}"
+        for tool in started:
+            close_if_possible(tool)
+        for tool in started:
+            check_end(tool)
 
 
 @pytest.fixture
