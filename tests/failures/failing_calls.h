@@ -24,7 +24,8 @@ enum Call {
   kIoctl,     // ENODEV
   kFopen,     // EMFILE
   kFdopen,    // ENOMEM
-  kGetpwuid,  // ENOMEM; nothing else fails within it, as the C library keeps what it has set up then
+  kGetpwuid,  // ENOMEM; nothing else fails within it, as the C library keeps what it has set up
+              // then
 };
 constexpr int kCalls = kGetpwuid + 1;
 
