@@ -27,8 +27,7 @@ Outcome MakeBitmap(const std::string& arguments) {
 
 class MakeBitmapTest : public ::testing::Test {
  protected:
-  MakeBitmapTest() {
-    m_sFolder = testing::TempDir() + "/make-bitmap-XXXXXX";
+  MakeBitmapTest() : m_sFolder(testing::TempDir() + "/make-bitmap-XXXXXX") {
     EXPECT_NE(nullptr, mkdtemp(m_sFolder.data()));
   }
   ~MakeBitmapTest() override {
