@@ -104,7 +104,7 @@ def close_if_possible(tool):
             windows = xwindows.window_ids(tool.process.pid)
             if len(windows) != 1:
                 return
-            xwindows.ManagedWindow(windows[0]).close()
+            xwindows.ManagedWindow(windows[0], tool.process.pid).close()
         except RuntimeError:  # the window, or the whole display, has just gone
             return
         with contextlib.suppress(subprocess.TimeoutExpired):

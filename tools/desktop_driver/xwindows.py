@@ -1,5 +1,9 @@
 """The program's windows as the X server and the window manager know them."""
+import contextlib
+import os
+import pathlib
 import re
+import signal
 import subprocess
 
 from .waiting import wait_until
@@ -9,10 +13,15 @@ MOTIF_FUNCTIONS = 1
 MOTIF_ALL_BUT = 1
 MOTIF_CLOSE = 32
 
+# What /proc tells of a thread that waits in poll(2): the call's number and three arguments.
+WAITING = re.compile(r"7 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
+
 
 def run(*command):
     """What a command prints; raises with its words when it fails, or when it hangs."""
-    done = subprocess.run(command, capture_output=True, text=True, check=False, timeout=60)
+    done = subprocess.run(
+        command, capture_output=True, text=True, errors="replace", check=False, timeout=60
+    )
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(command)}: status {done.returncode}: {done.stderr.strip()}")
     return done.stdout
@@ -37,22 +46,49 @@ def window_ids(pid):
     return [row[0] for row in rows if row[2] == str(pid)]
 
 
+def waits_for_events(pid):
+    """Whether a process has nothing to do until something happens."""
+    call = WAITING.match(pathlib.Path(f"/proc/{pid}/syscall").read_text())
+    return call is not None and int(call["milliseconds"], 16) != 0
+
+
+@contextlib.contextmanager
+def held(pid):
+    """Stops a process while it waits for events, and lets it go on afterwards."""
+
+    def hold():
+        os.kill(pid, signal.SIGSTOP)
+        wait_until(lambda: ") T " in pathlib.Path(f"/proc/{pid}/stat").read_text(), "the stop")
+        if waits_for_events(pid):
+            return True
+        os.kill(pid, signal.SIGCONT)
+        return False
+
+    try:
+        wait_until(hold, f"process {pid} to wait for events")
+        yield
+    finally:
+        os.kill(pid, signal.SIGCONT)
+
+
 class ManagedWindow:
     """One window that the window manager manages."""
 
-    def __init__(self, number):
+    def __init__(self, number, pid):
         self.number = number
+        self._pid = pid
 
     @classmethod
     def main_of(cls, tool):
         """The first window of a running program."""
-        return cls(wait_until(lambda: window_ids(tool.process.pid), "the first window")[0])
+        pid = tool.process.pid
+        return cls(wait_until(lambda: window_ids(pid), "the first window")[0], pid)
 
     @classmethod
     def dialog_of(cls, tool):
         """The second window of a running program."""
         pid = tool.process.pid
-        return cls(wait_until(lambda: window_ids(pid)[1:], "a second window")[0])
+        return cls(wait_until(lambda: window_ids(pid)[1:], "a second window")[0], pid)
 
     def read(self, name):
         """What xprop shows of a property; None when the window has none of that name."""
@@ -125,8 +161,12 @@ class ManagedWindow:
         run("wmctrl", "-i", "-c", self.number)
 
     def destroy(self):
-        """Destroys it behind the program's back."""
-        run("xdotool", "windowclose", self.number)
+        """Destroys it behind the program's back.
+
+        GDK ends a program that draws on a window that is gone, so this one waits meanwhile.
+        """
+        with held(self._pid):
+            run("xdotool", "windowclose", self.number)
 
     def focus(self):
         """Gives it the keyboard."""
