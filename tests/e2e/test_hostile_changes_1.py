@@ -1,4 +1,4 @@
-"""Every change of one byte of the answers about a scanner's texts: part 1 of 3."""
+"""Every change of one byte of the answers about a scanner's texts, the first third."""
 import hostile_answers
 
 

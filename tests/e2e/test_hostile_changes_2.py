@@ -1,4 +1,4 @@
-"""Every change of one byte of the answers about a scanner's texts: part 2 of 3."""
+"""Every change of one byte of the answers about a scanner's texts, the second third."""
 import hostile_answers
 
 
