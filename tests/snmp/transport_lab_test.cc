@@ -128,7 +128,7 @@ TEST_F(SnmpPortTest, CancelledWaitClosesItsSocket) {
 
 TEST(CommandPort, Is3892AlsoWhenSetTo0) {
   Host scanner(Office("10.77.0.64", 3892), Always(Hex("AA")));
-  unsigned char answer[4];
+  unsigned char answer[4] = {};
   int length = 4;
   EXPECT_EQ(0, udp_send_rev("10.77.0.64", 20, answer, 1, answer, &length));
   udpCommandPort1 = 0;
