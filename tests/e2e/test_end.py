@@ -18,7 +18,10 @@ def leave(window, way):
     elif way == "close":
         ManagedWindow.main_of(window.tool).close()
     else:
-        ManagedWindow.main_of(window.tool).destroy()
+        main = ManagedWindow.main_of(window.tool)
+        # What the window manager does when a dialog has closed must be over by then.
+        main.focus()
+        main.destroy()
 
 
 @pytest.mark.parametrize("way", ["OK", "Cancel", "close", "destroy"])

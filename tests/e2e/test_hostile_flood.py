@@ -37,18 +37,21 @@ def attack(open_window, office):
 
 
 def flood(office, port, make):
-    """Sends what make(number) gives to a port of the program, at a steady rate; gives how many.
+    """Sends what make(number) gives to a port of the program, at a steady rate.
 
-    None is lost, unless the program stops to read.
+    None is lost, unless the program stops to read. Gives how many there were and the time before the
+    last of them left.
     """
-    begin, sent = time.monotonic(), 0
+    begin, sent, last = time.monotonic(), 0, 0.0
     while time.monotonic() < begin + FLOOD_SECONDS:
         due = int((time.monotonic() - begin) * PER_SECOND)
+        if due > sent:
+            last = time.time()
         office.send(port, (make(number) for number in range(sent, due)))
         office.wait_until_read(port)
         sent = due
         time.sleep(0.001)
-    return sent
+    return sent, last
 
 
 def wait_for_discovery(office):
@@ -125,8 +128,7 @@ def test_steady_flood_keeps_the_gathering_going(open_window, office):
     def make(number):
         return Send(b"noise" if number % 100 else answer, address(number // 100))
 
-    sent = flood(office, port, make)
-    end = time.time()
+    sent, end = flood(office, port, make)
     assert office.kinds() == ["discovery"]
     target.wait_for_search()
     answers = -(-sent // 100)
@@ -150,8 +152,7 @@ def test_no_window_during_a_flood_at_the_start(open_window, start_program, offic
     port = wait_for_discovery(office)
     office.script = honest_script
     answer = messages.discovery_answer(office.asked[0].question)
-    flood(office, port, lambda number: Send(answer, NOISY))
-    end = time.time()
+    _, end = flood(office, port, lambda number: Send(answer, NOISY))
     assert xwindows.window_ids(tool.process.pid) == []
     assert office.kinds() == ["discovery"]
     window = main_window.MainWindow(tool)
