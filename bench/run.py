@@ -1,0 +1,94 @@
+"""Runs the benchmarks that are built and keeps what they say, see script/bench."""
+import argparse
+import json
+import os
+import pathlib
+import subprocess
+import sys
+
+TOP = pathlib.Path(__file__).resolve().parents[1]
+sys.path[:0] = [str(TOP / "tools"), str(TOP / "bench")]
+
+import instructions  # noqa: E402  (needs the line above)
+import lab_network  # noqa: E402
+import timed  # noqa: E402
+from settings import FULL, QUICK, Programs  # noqa: E402
+
+BASELINE = TOP / "bench" / "baseline.json"
+
+# What runs inside the lab, with the options of script/lab that it needs.
+LAB_PARTS = {"network": (lab_network, ["--display"])}
+
+
+def measure_operations(programs, settings):
+    operations = timed.own(programs.bench / "bench_timed", settings.seconds, settings.repetitions)
+    for name, count in instructions.count(programs.bench / "bench_counted").items():
+        operations[name]["instructions"] = count
+    return {"operations": operations}
+
+
+def counts_of(results):
+    """What the baseline holds of each operation."""
+    return {
+        name: {what: figures[what] for what in ("instructions", "blocks", "bytes")}
+        for name, figures in results["operations"].items()
+    }
+
+
+def in_lab(part, arguments):
+    """Runs this program again, inside the lab, for one part."""
+    command = [TOP / "script" / "lab", *LAB_PARTS[part][1], "--", sys.executable, __file__]
+    command += ["--build", arguments.build, "--results", arguments.results, "--lab-part", part]
+    subprocess.run(
+        [str(word) for word in command] + ["--quick"] * arguments.quick, check=True, cwd=TOP
+    )
+
+
+def keep(folder, part, results):
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / f"{part}.json").write_text(json.dumps(results, indent=1))
+
+
+def check_counts(results):
+    """Exit status of the comparison with the baseline."""
+    problems = instructions.growth(counts_of(results), instructions.read_baseline(BASELINE))
+    for problem in problems:
+        print(f"bench: {problem}", file=sys.stderr)
+    if problems:
+        print("bench: if that is meant: script/bench --baseline", file=sys.stderr)
+    return 1 if problems else 0
+
+
+def read_arguments():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=pathlib.Path, required=True)
+    parser.add_argument("--results", type=pathlib.Path, required=True)
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--baseline", action="store_true")
+    parser.add_argument("--lab-part", choices=LAB_PARTS)
+    return parser.parse_args()
+
+
+def main():
+    arguments = read_arguments()
+    programs, settings = Programs(arguments.build.resolve()), QUICK if arguments.quick else FULL
+    if arguments.lab_part:
+        module = LAB_PARTS[arguments.lab_part][0]
+        keep(arguments.results, arguments.lab_part, module.measure(programs, settings))
+        return 0
+    print("operations", flush=True)
+    operations = measure_operations(programs, settings)
+    keep(arguments.results, "operations", operations)
+    if arguments.baseline:
+        instructions.write_baseline(BASELINE, counts_of(operations))
+        return 0
+    status = check_counts(operations)
+    for part in LAB_PARTS:
+        print(part, flush=True)
+        in_lab(part, arguments)
+    return status
+
+
+if __name__ == "__main__":
+    os.umask(0o022)
+    sys.exit(main())

@@ -1,0 +1,66 @@
+"""How much is measured: for figures that are shown, and briefly to see that everything runs."""
+import dataclasses
+import pathlib
+
+
+@dataclasses.dataclass(frozen=True)
+class Programs:
+    """Where the programs of a build are."""
+
+    build: pathlib.Path
+
+    @property
+    def bench(self):
+        return self.build / "bench"
+
+    @property
+    def simulator(self):
+        return self.build / "tools" / "scanner-sim"
+
+    @property
+    def tool(self):
+        return self.build / "app" / "VeltranaDVXTools"
+
+
+@dataclasses.dataclass(frozen=True)
+class Settings:
+    seconds: float  # for each repetition of an operation
+    repetitions: int
+    runs: int  # of a survey, a registration, a peer
+    survey_sizes: tuple
+    registration_sizes: tuple
+    peer_size: int
+    starts: int  # of the program
+    searches: int
+    keys: int
+    rows: int
+    scrolls: int
+
+
+FULL = Settings(
+    seconds=0.05,
+    repetitions=7,
+    runs=9,
+    survey_sizes=(1, 4, 16, 64, 256),
+    registration_sizes=(1, 16, 256),
+    peer_size=256,
+    starts=9,
+    searches=5,
+    keys=25,
+    rows=256,
+    scrolls=25,
+)
+
+QUICK = Settings(
+    seconds=0.002,
+    repetitions=1,
+    runs=1,
+    survey_sizes=(1, 16),
+    registration_sizes=(1, 16),
+    peer_size=16,
+    starts=1,
+    searches=1,
+    keys=3,
+    rows=16,
+    scrolls=3,
+)
