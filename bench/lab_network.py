@@ -32,10 +32,9 @@ def scanners(programs, count):
             simulator.wait()
 
 
-def json_lines(*command):
-    done = subprocess.run(
-        [str(word) for word in command], check=True, stdout=subprocess.PIPE, text=True
-    )
+def json_lines(*command, environment=None):
+    words = [str(word) for word in command]
+    done = subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True, env=environment)
     return [json.loads(line) for line in done.stdout.splitlines()]
 
 

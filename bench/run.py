@@ -11,13 +11,14 @@ sys.path[:0] = [str(TOP / "tools"), str(TOP / "bench")]
 
 import instructions  # noqa: E402  (needs the line above)
 import lab_network  # noqa: E402
+import lab_window  # noqa: E402
 import timed  # noqa: E402
 from settings import FULL, QUICK, Programs  # noqa: E402
 
 BASELINE = TOP / "bench" / "baseline.json"
 
 # What runs inside the lab, with the options of script/lab that it needs.
-LAB_PARTS = {"network": (lab_network, ["--display"])}
+LAB_PARTS = {"network": (lab_network, []), "window": (lab_window, ["--display"])}
 
 
 def measure_operations(programs, settings):

@@ -61,6 +61,6 @@ QUICK = Settings(
     starts=1,
     searches=1,
     keys=3,
-    rows=16,
+    rows=64,
     scrolls=3,
 )

@@ -36,6 +36,9 @@ constexpr int kTabsToEntry = 2;
 constexpr int kTabsToList = 3;
 constexpr int kTabsToSearch = 4;
 
+// So far a list is scrolled down before it is scrolled up again.
+constexpr int kPagesDown = 8;
+
 constexpr int kMostRounds = 1000;
 
 [[noreturn]] void Fail(const std::string& what) {
@@ -254,7 +257,10 @@ void WatchKeys(Screen* screen, int rounds) {
 void WatchScrolling(Screen* screen, int rounds) {
   const double page = OpenPage(screen, kTabsToList);
   printf("{\"page\": %.9f}\n", page);
-  for (int i = 0; i < rounds; ++i) WatchKey(screen, XK_Page_Down, 50);
+  for (int i = 0; i < rounds; ++i) {
+    const bool down = i / kPagesDown % 2 == 0;
+    WatchKey(screen, down ? XK_Page_Down : XK_Page_Up, 50);
+  }
 }
 
 void WatchSearch(Screen* screen, int rounds) {
