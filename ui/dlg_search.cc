@@ -12,6 +12,7 @@
 #include "app/debug_log.h"
 #include "app/malloc_ptr.h"
 #include "ui/main_win.h"
+#include "xwidgets/accessible.h"
 
 namespace {
 
@@ -128,6 +129,9 @@ CDlgSearch::CDlgSearch(xWindow* parent) : xDialog(parent), m_wUpdating(0xFFFF) {
       nullptr, kNoControlID);
   // The bar stays empty: how far the survey is cannot be told.
   m_pProgress = std::make_unique<xProgressBar>(this, kIdProgress, 0);
+  // The dialog has no title that could be read out when it opens.
+  xTieLabel(*m_pLabel, *this);
+  xNameAfterLabel(*m_pLabel, *m_pProgress);
   GetContent()->AppendChild(m_pLabel.get(), 0, 0, 0);
   GetContent()->AppendChild(m_pProgress.get(), 0, 0, 0);
   GetContent()->AppendChild(&row, 0, 0, 0);

@@ -12,6 +12,7 @@
 #include "resource/rc_tables.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
+#include "xwidgets/accessible.h"
 #include "xwidgets/dialogs.h"
 
 namespace {
@@ -33,6 +34,9 @@ constexpr unsigned short kStrSelectFolder = 125;
 constexpr unsigned short kStrBadOcrpath = 126;
 constexpr unsigned short kStrBadScanpath = 127;
 
+constexpr char kSelectFile[] = "Select File";
+constexpr char kSelectFolder[] = "Select Folder";
+
 constexpr int kEntryChars = 12;
 
 // The debug log names the handler of the click for everything that the click does.
@@ -42,14 +46,17 @@ std::string Text(unsigned short string, const char* english) {
   return LoadDlgText(kDlgGeneral, string, english);
 }
 
-// A row of a label, an entry that takes the spare width, and a button, within a frame.
+// A row of a label, an entry that takes the spare width, and a button, within a frame. A table
+// lists the child that came last first, and that is the order in which screen readers go through
+// it.
 void FillFrame(xFrame* frame, xLabel* label, xEntry* entry, xButton* button) {
   xTable table(1, 3, 0, nullptr, kNoControlID);
-  table.AppendChild(label, 0, 0, 1, 1, GTK_FILL, 0, 2, 2);
-  table.AppendChild(entry, 1, 0, 1, 1, GTK_EXPAND | GTK_FILL, 0, 2, 2);
   table.AppendChild(button, 2, 0, 1, 1, GTK_FILL, 0, 2, 2);
+  table.AppendChild(entry, 1, 0, 1, 1, GTK_EXPAND | GTK_FILL, 0, 2, 2);
+  table.AppendChild(label, 0, 0, 1, 1, GTK_FILL, 0, 2, 2);
   frame->AppendChild(&table);
   label->SetMnemonic(entry);
+  xNameAfterLabel(*label, *entry);
 }
 
 // Shows `path` in the entry, whose report of the change must leave `path` as it was: a path may
@@ -125,6 +132,8 @@ void CTabGeneral::BuildScanFrame(xBox* page) {
                                             Text(kStrScanBrowse, "Browse...").c_str(), 0, nullptr);
   m_pScanEntry = std::make_unique<xEntry>(this, kIdScanEntry, kEntryChars);
   FillFrame(m_pScanFrame.get(), m_pScanLabel.get(), m_pScanEntry.get(), m_pScanBrowse.get());
+  // The two buttons read alike; what each of them opens tells them apart.
+  xDescribe(*m_pScanBrowse, Text(kStrSelectFolder, kSelectFolder).c_str());
   page->AppendChild(m_pScanFrame.get(), 0, 0, 0);
 }
 
@@ -136,6 +145,7 @@ void CTabGeneral::BuildOcrFrame(xBox* page) {
                                            Text(kStrOcrBrowse, "Browse...").c_str(), 0, nullptr);
   m_pOcrEntry = std::make_unique<xEntry>(this, kIdOcrEntry, kEntryChars);
   FillFrame(m_pOcrFrame.get(), m_pOcrLabel.get(), m_pOcrEntry.get(), m_pOcrBrowse.get());
+  xDescribe(*m_pOcrBrowse, Text(kStrSelectFile, kSelectFile).c_str());
   page->AppendChild(m_pOcrFrame.get(), 0, 0, 0);
 }
 
@@ -173,7 +183,7 @@ void CTabGeneral::OnNofityBtnClicked(unsigned int id) {
 }
 
 void CTabGeneral::BrowseScanFolder() {
-  Chooser chooser(Text(kStrSelectFolder, "Select Folder"), GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER);
+  Chooser chooser(Text(kStrSelectFolder, kSelectFolder), GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER);
   myDbgFunc(DBG_PREFIX "current_folder = %s\n", kBtnClicked, 210, m_szScanpath);
   chooser.SetFolder(m_szScanpath);
   if (chooser.Run()) {
@@ -189,7 +199,7 @@ void CTabGeneral::BrowseScanFolder() {
 }
 
 void CTabGeneral::BrowseOcrProgram() {
-  Chooser chooser(Text(kStrSelectFile, "Select File"), GTK_FILE_CHOOSER_ACTION_OPEN);
+  Chooser chooser(Text(kStrSelectFile, kSelectFile), GTK_FILE_CHOOSER_ACTION_OPEN);
   std::string folder = m_szOcrpath;
   const std::size_t slash = folder.rfind('/');
   if (slash != std::string::npos) folder.resize(slash);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/debug_log.h"
+#include "tests/support/accessible.h"
 #include "tests/support/line_numbers.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/ui/ui_fixture.h"
@@ -209,6 +210,13 @@ TEST_F(DlgSearchTest, HasAnEmptyTitleAndAnEnglishText) {
   gtk_misc_get_alignment(GTK_MISC(label), &xalign, &yalign);
   EXPECT_EQ(0.0F, xalign);
   EXPECT_EQ(0.5F, yalign);
+}
+
+TEST_F(DlgSearchTest, ItsTextStandsForItsTitleAndNamesTheBar) {
+  AtkObject* label = accessible::Of((Search().*Dialog::Label)->GetWidget());
+  EXPECT_THAT(accessible::LabelledBy(Search().GetWidget()), ElementsAre(label));
+  EXPECT_THAT(accessible::LabelledBy(Progress().GetWidget()), ElementsAre(label));
+  EXPECT_EQ("Searching online devices...", accessible::Name(Progress().GetWidget()));
 }
 
 TEST_F(DlgSearchTest, ShowsTheTextOfTheLanguageFile) {

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "tests/support/accessible.h"
 #include "tests/support/debug_lines.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/ui/ui_fixture.h"
@@ -171,6 +172,27 @@ TEST_F(TabGeneralTest, EntriesAreNamedByTheirLabels) {
   };
   EXPECT_EQ(ScanEntry().GetWidget(), named(*(General().*TabGeneral::ScanLabel)));
   EXPECT_EQ(OcrEntry().GetWidget(), named(*(General().*TabGeneral::OcrLabel)));
+  EXPECT_EQ("Save to:", accessible::Name(ScanEntry().GetWidget()));
+  EXPECT_EQ("OCR Path:", accessible::Name(OcrEntry().GetWidget()));
+}
+
+TEST_F(TabGeneralTest, BrowseButtonsAreDescribedByWhatTheyOpen) {
+  Write(std::string(kLanguageFolder) + "/DVXTOOLS.RCT", "[dlg101]\n124=Datei\n");
+  OpenWindow();
+  const auto described = [](const xButton& button) {
+    return accessible::Description(button.GetWidget());
+  };
+  EXPECT_EQ("Select Folder", described(*(General().*TabGeneral::ScanBrowse)));
+  EXPECT_EQ("Datei", described(*(General().*TabGeneral::OcrBrowse)));
+}
+
+// GTK walks a table from the child that was added last, and screen readers follow it.
+TEST_F(TabGeneralTest, RowsAreReadFromLeftToRight) {
+  OpenWindow();
+  GtkWidget* row = gtk_widget_get_parent(ScanEntry().GetWidget());
+  EXPECT_THAT(gtk_test::Children(row),
+              ElementsAre((General().*TabGeneral::ScanLabel)->GetWidget(), ScanEntry().GetWidget(),
+                          (General().*TabGeneral::ScanBrowse)->GetWidget()));
 }
 
 // --- the default folder -------------------------------------------------------------------------
