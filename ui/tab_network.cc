@@ -16,6 +16,7 @@
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
 #include "ui/valid_utf8.h"
+#include "xwidgets/accessible.h"
 
 namespace {
 
@@ -70,6 +71,22 @@ const Viewer* FindViewer() {
   }
   myDbgFunc(DBG_PREFIX "Error: xdg-open, gnome-open not exist\n", kBtnClicked, __LINE__);
   return nullptr;
+}
+
+// Has the list report a selection that the keyboard changes where the cursor stands. GTK does not
+// count that as a change of the cursor, which is what the list hears of: when the Tab key leads to
+// the list, the cursor is on the first row already, and the space bar selects it. Returns that the
+// key is dealt with.
+gboolean ReportSelection(GtkTreeView* view) {
+  g_signal_emit_by_name(view, "cursor-changed");
+  return TRUE;
+}
+
+void WatchSelectionKeys(GtkWidget* view) {
+  for (const char* signal : {"select-cursor-row", "toggle-cursor-row"}) {
+    g_signal_connect_data(view, signal, G_CALLBACK(ReportSelection), view, nullptr,
+                          static_cast<GConnectFlags>(G_CONNECT_AFTER | G_CONNECT_SWAPPED));
+  }
 }
 
 // Starts the viewer and leaves it to itself; GLib collects its exit status.
@@ -128,20 +145,24 @@ void CTabNetwork::CreateControls() {
                                            Text(kStrConfigure, "Configure...").c_str(), 0, nullptr);
 }
 
-// The label spans two rows, of which the second is beyond the table's two: GTK adds it.
+// The label spans two rows, of which the second is beyond the table's two: GTK adds it. Screen
+// readers go through the table from its last child to its first.
 void CTabNetwork::BuildNameFrame() {
   xTable table(2, 2, 0, nullptr, kNoControlID);
-  table.AppendChild(m_pListUp.get(), 0, 0, 2, 1, GTK_EXPAND | GTK_FILL, GTK_FILL, 2, 2);
-  table.AppendChild(m_pNameLabel.get(), 0, 1, 1, 2, GTK_FILL, GTK_FILL, 2, 2);
   table.AppendChild(m_pNameEntry.get(), 1, 1, 1, 1, GTK_FILL, GTK_FILL, 2, 2);
+  table.AppendChild(m_pNameLabel.get(), 0, 1, 1, 2, GTK_FILL, GTK_FILL, 2, 2);
+  table.AppendChild(m_pListUp.get(), 0, 0, 2, 1, GTK_EXPAND | GTK_FILL, GTK_FILL, 2, 2);
   m_pFrame->AppendChild(&table);
   m_pNameLabel->SetMnemonic(m_pNameEntry.get());
+  xNameAfterLabel(*m_pNameLabel, *m_pNameEntry);
 }
 
 void CTabNetwork::BuildDeviceList(xBox* page) {
   page->AppendChild(m_pHeading.get(), 0, 0, 2);
   page->AppendChild(m_pDeviceList.get(), 1, 1, 2);
   m_pHeading->SetMnemonic(m_pDeviceList.get());
+  xNameAfterLabel(*m_pHeading, *m_pDeviceList);
+  WatchSelectionKeys(m_pDeviceList->GetMnemonicWidget());
 
   xBox buttons(xBox::kHorizontal, 0, 0);
   buttons.SetBorderWidth(6);

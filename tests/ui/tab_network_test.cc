@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/debug_log.h"
+#include "tests/support/accessible.h"
 #include "tests/support/debug_lines.h"
 #include "tests/support/line_numbers.h"
 #include "tests/support/vtable_slot.h"
@@ -337,6 +338,17 @@ TEST_F(TabNetworkTest, LabelsAreLeftCentredAndNameTheirControls) {
   };
   EXPECT_EQ(NameEntry().GetWidget(), named(*(Network().*TabNetwork::NameLabel)));
   EXPECT_EQ(GTK_WIDGET(TreeView()), named(*(Network().*TabNetwork::Heading)));
+  EXPECT_EQ("PC name:", accessible::Name(NameEntry().GetWidget()));
+  EXPECT_EQ("Configure Network Device", accessible::Name(GTK_WIDGET(TreeView())));
+}
+
+// GTK walks a table from the child that was added last, and screen readers follow it.
+TEST_F(TabNetworkTest, FrameIsReadFromTopToBottom) {
+  OpenWindow();
+  GtkWidget* table = gtk_widget_get_parent(NameEntry().GetWidget());
+  EXPECT_THAT(gtk_test::Children(table),
+              ElementsAre(ListUp().GetWidget(), (Network().*TabNetwork::NameLabel)->GetWidget(),
+                          NameEntry().GetWidget()));
 }
 
 TEST_F(TabNetworkTest, NameEntryTakes15AllowedCharacters) {
@@ -640,6 +652,87 @@ TEST_F(TabNetworkTest, ConfigureNeedsASelectedRow) {
   DeviceList().SetCurSel(-1);
   Network().OnNofitySelectChanged(55);
   EXPECT_FALSE(IsSensitive(Configure()));
+}
+
+// The window on the screen, with the Network page in front and the keyboard in the list.
+class ListByKeyboardTest : public TabNetworkTest {
+ protected:
+  void Focus(const Rows& devices) {
+    GtkWidget* window = OpenWindowWith(devices).GetWidget();
+    ASSERT_TRUE(gtk_test::ShowAndFocus(window));
+    Network().SetActive();
+    gtk_test::Pump();
+    gtk_widget_grab_focus(GTK_WIDGET(TreeView()));
+    ASSERT_TRUE(gtk_test::PumpUntil([&] { return gtk_widget_has_focus(GTK_WIDGET(TreeView())); }));
+  }
+  void Press(guint key, int modifiers = 0) {
+    gtk_test::PressKey(Window().GetWidget(), key, modifiers);
+    gtk_test::Pump();
+  }
+  int SelectedRows() {
+    return gtk_tree_selection_count_selected_rows(gtk_tree_view_get_selection(TreeView()));
+  }
+};
+
+TEST_F(ListByKeyboardTest, TheFocusAloneSelectsNothing) {
+  Focus(kTwoDevices);
+  EXPECT_EQ(0, SelectedRows());
+  EXPECT_FALSE(IsSensitive(Configure()));
+}
+
+TEST_F(ListByKeyboardTest, SpaceAndEnterSelectTheRowUnderTheCursorAndEnableConfigure) {
+  for (const guint key : {GDK_KEY_space, GDK_KEY_Return}) {
+    Focus(kTwoDevices);
+    Press(key);
+    EXPECT_EQ(0, DeviceList().GetCurSel());
+    EXPECT_TRUE(IsSensitive(Configure()));
+    m_pApp->DropWindow();
+  }
+}
+
+TEST_F(ListByKeyboardTest, SpaceKeepsTheCursorWhereItIs) {
+  Focus(kTwoDevices);
+  Press(GDK_KEY_Down, GDK_CONTROL_MASK);
+  EXPECT_EQ(0, SelectedRows());
+  Press(GDK_KEY_space);
+  EXPECT_EQ(1, DeviceList().GetCurSel());
+  EXPECT_TRUE(IsSensitive(Configure()));
+}
+
+TEST_F(ListByKeyboardTest, SpaceInAnEmptyListDoesNothing) {
+  Focus({});
+  Press(GDK_KEY_space);
+  EXPECT_EQ(-1, DeviceList().GetCurSel());
+  EXPECT_FALSE(IsSensitive(Configure()));
+}
+
+TEST_F(ListByKeyboardTest, ControlSpaceTakesTheSelectionAwayAndGivesItBack) {
+  Focus(kTwoDevices);
+  Press(GDK_KEY_Down);
+  ASSERT_TRUE(IsSensitive(Configure()));
+  Press(GDK_KEY_space, GDK_CONTROL_MASK);
+  EXPECT_EQ(-1, DeviceList().GetCurSel());
+  EXPECT_FALSE(IsSensitive(Configure()));
+  Press(GDK_KEY_space, GDK_CONTROL_MASK);
+  EXPECT_EQ(0, DeviceList().GetCurSel());
+  EXPECT_TRUE(IsSensitive(Configure()));
+}
+
+TEST_F(ListByKeyboardTest, AControlClickThatTakesTheSelectionAwayLeavesConfigureEnabled) {
+  Focus(kTwoDevices);
+  Press(GDK_KEY_Down);
+  GdkRectangle area;
+  GtkTreePath* first = gtk_tree_path_new_first();
+  gtk_tree_view_get_cell_area(TreeView(), first, gtk_tree_view_get_column(TreeView(), 0), &area);
+  gtk_tree_path_free(first);
+  GdkWindow* rows = gtk_tree_view_get_bin_window(TreeView());
+  for (const GdkEventType type : {GDK_BUTTON_PRESS, GDK_BUTTON_RELEASE}) {
+    gdk_test_simulate_button(rows, area.x + 5, area.y + area.height / 2, 1, GDK_CONTROL_MASK, type);
+  }
+  ASSERT_TRUE(gtk_test::PumpUntil([&] { return SelectedRows() == 0; }));
+  EXPECT_TRUE(IsSensitive(Configure()));
+  Click(Configure());
+  EXPECT_FALSE(fs::exists(kStarted));
 }
 
 TEST_F(TabNetworkTest, AFinishedSearchReplacesTheList) {
