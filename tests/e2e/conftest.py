@@ -24,6 +24,7 @@ pytest.register_assert_rewrite("desktop_driver.main_window", "hostile", "hostile
 from desktop_driver import main_window, program, scanners  # noqa: E402  (needs the lines above)
 from desktop_driver import xwindows  # noqa: E402  (needs the lines above)
 from packet_cannon import office as cannon  # noqa: E402  (needs the lines above)
+from viewers import Viewers  # noqa: E402  (needs the lines above)
 
 # What the program, and GTK for it, leave in the home folder.
 HOME_LEFTOVERS = (
@@ -225,6 +226,14 @@ def start_scanners(tmp_path):
             return stack.enter_context(scanners.Scanners(simulator, *words, *arguments))
 
         yield start
+
+
+@pytest.fixture
+def viewers(tmp_path):
+    """The programs that open web pages; none until the test adds one. See viewers.py."""
+    folder = tmp_path / "usr-bin"
+    folder.mkdir()
+    return Viewers(folder)
 
 
 @pytest.fixture

@@ -64,6 +64,12 @@ class Control:
     def __repr__(self):
         return f"<{self.role} {self.name!r}>"
 
+    def __eq__(self, other):
+        return isinstance(other, Control) and self._accessible == other._accessible
+
+    def __hash__(self):
+        return hash(self._accessible)
+
     @property
     def name(self):
         return self.accessible.name
@@ -71,6 +77,16 @@ class Control:
     @property
     def role(self):
         return self.accessible.getRoleName()
+
+    @property
+    def description(self):
+        """What is said of it beyond its name."""
+        return self.accessible.description
+
+    def related(self, relation):
+        """The controls that a relation leads to, for instance pyatspi.RELATION_LABELLED_BY."""
+        found = [r for r in self.accessible.getRelationSet() if r.getRelationType() == relation]
+        return [Control(r.getTarget(i)) for r in found for i in range(r.getNTargets())]
 
     @property
     def text(self):
