@@ -97,6 +97,32 @@ def test_interface_without_an_address(stage, tool, command):
     assert "no-interface" not in stage.explain().ids
 
 
+def test_interface_without_an_address_on_a_small_system(stage, tmp_path):
+    """With the tool of such a system, and with none: then the address is the reader's to choose."""
+    stage.desk("ip address flush dev eth0")
+    path = f"PATH={tmp_path}/bin"
+    assert stage.explain(before=("env", path)).commands("no-interface") == [
+        "sudo ip address add ADDRESS/24 broadcast + dev eth0"
+    ]
+    stage.provide("networkctl", "#!/bin/sh\n")
+    assert stage.explain(before=("env", path)).commands("no-interface") == [
+        "sudo networkctl reconfigure eth0"
+    ]
+
+
+def test_rules_that_only_iptables_shows(stage, start_scanners):
+    start_scanners(ONE)
+    firewall(stage, DROPPING)
+    stage.provide("nft", "#!/bin/sh\nexit 1\n")
+    stage.provide("iptables-save", "#!/bin/sh\necho '*filter'\necho ':INPUT DROP [0:0]'\n")
+    explained = stage.explain()
+    assert explained.ids == ["firewall"]
+    assert "The firewall: chain INPUT, policy DROP." in explained.text
+    assert explained.commands("firewall") == [
+        "sudo iptables -I INPUT -s 10.77.0.0/16 -p udp --sport 161 -j ACCEPT"
+    ]
+
+
 @pytest.mark.parametrize(
     "script, problem",
     [

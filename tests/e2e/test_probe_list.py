@@ -148,6 +148,13 @@ def test_a_given_address_without_a_scanner():
     assert names("--address", "10.77.0.77", status=1, errors=errors) == []
 
 
+def test_a_given_address_with_an_unreadable_answer(start_scanners):
+    start_scanners("[scanner Odd]\nfixed_answer.discovery = 48 54 54 50\n")
+    errors = "dvx-probe: 10.77.0.101 answers with something that cannot be read\n"
+    errors += "dvx-probe: no scanner was found (dvx-probe explain says why)\n"
+    assert names("--address", "10.77.0.101", status=1, errors=errors) == []
+
+
 def test_a_scanner_in_another_network_is_found_by_its_address(start_scanners):
     """The office is this computer's router."""
     route = ["lab-office", "ip", "route", "add", "local", "192.0.2.0/24", "dev", "lan0"]

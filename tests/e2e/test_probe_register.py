@@ -2,6 +2,8 @@
 import probe
 import pytest
 
+from desktop_driver import xwindows
+
 DESK = {"address": "10.77.0.10", "mac": "02:56:44:56:58:10"}
 HUNDRED = [f"10.77.0.{number}" for number in range(101, 201)]
 
@@ -84,9 +86,17 @@ def test_what_came_back_is_told_for_each_scanner(start_scanners):
 
 
 def test_nobody_listens_there():
-    """The office refuses it by ICMP, and there is no way to the other one."""
+    """The office refuses it by ICMP."""
     output = probe.results("register", "10.77.0.101", status=1)
     assert lines(output) == {"10.77.0.101": "no reply (Connection refused)"}
+
+
+@pytest.mark.parametrize("command", ["register", "unregister"])
+def test_there_is_no_way_to_the_scanner(command):
+    xwindows.run("ip", "route", "add", "unreachable", "203.0.113.1/32")
+    output = probe.results(command, "203.0.113.1", status=1)
+    xwindows.run("ip", "route", "del", "unreachable", "203.0.113.1/32")
+    assert lines(output) == {"203.0.113.1": "cannot be reached (No route to host)"}
 
 
 def test_all_without_any_scanner():

@@ -76,6 +76,20 @@ def test_host_names_are_looked_up():
     assert probe.results("list", "--address", "localhost", status=1, errors=errors) == ""
 
 
+def test_unknown_host_names_are_a_mistake():
+    errors = "dvx-probe: --address no-such-scanner.invalid: no such host is known"
+    errors += " (see dvx-probe list --help)\n"
+    assert probe.results(
+        "list", "--address", "no-such-scanner.invalid", status=2, errors=errors
+    ) == ""
+
+
+def test_words_behind_two_dashes_are_no_options():
+    errors = "dvx-probe: --all: no such host is known"
+    errors += " (see dvx-probe register --help)\n"
+    assert probe.results("register", "--", "--all", status=2, errors=errors) == ""
+
+
 @pytest.mark.parametrize("command", ["list", "register", "unregister", "explain"])
 def test_help_has_examples(command):
     text = probe.results(command, "--help")

@@ -12,8 +12,11 @@
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 in_addr Address(const std::string& text) { return {inet_addr(text.c_str())}; }
 
@@ -142,6 +145,102 @@ TEST(Findings, ARefusedBroadcastIsNotTakenForAMissingRoute) {
   Facts facts = Desk();
   facts.everybody.outcome.sendError = EPERM;
   EXPECT_THAT(Ids(facts), ElementsAre("not-sent"));
+}
+
+TEST(Findings, AnInterfaceThatIsOffIsSwitchedOn) {
+  Facts facts = Desk();
+  facts.interfaces[0].up = false;
+  const std::vector<Finding> found = findings_of(facts);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_THAT(found[0].text, Contains("The interface eth0 is switched off."));
+  EXPECT_THAT(found[0].commands, ElementsAre("sudo ip link set eth0 up"));
+}
+
+TEST(Findings, AnInterfaceWithoutALinkLacksItsCable) {
+  Facts facts = Desk();
+  facts.interfaces[0].carrier = false;
+  facts.interfaces[0].addresses.clear();
+  const std::vector<Finding> found = findings_of(facts);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_THAT(found[0].text, Contains(HasSubstr("its cable is not in")));
+}
+
+// A scanner that answers direct questions alone, to a computer that may look at what comes in or
+// not.
+Finding SeemingFirewall(const Firewall& firewall) {
+  Facts facts = Desk();
+  facts.sawInterfaces = false;
+  facts.firewall = firewall;
+  PlaceAsked place;
+  place.destination = Address("127.0.0.7");
+  place.direct = true;
+  place.outcome.answers = {AnswerOf("127.0.0.7", 0)};
+  facts.direct = {place};
+  facts.devices = {Complete("127.0.0.7")};
+  const std::vector<Finding> found = findings_of(facts);
+  EXPECT_THAT(found, SizeIs(1));
+  return found.empty() ? Finding{} : found[0];
+}
+
+TEST(Findings, WhoMayNotLookIsToldThatRootSeesMore) {
+  const Finding unknown = SeemingFirewall({});
+  EXPECT_EQ(unknown.id, "firewall");
+  EXPECT_THAT(unknown.text, Contains("Only root may read the rules of the firewall."));
+  EXPECT_THAT(unknown.commands, ElementsAre("sudo dvx-probe explain"));
+  const Finding ufw = SeemingFirewall({FirewallKind::kUfw, true, "ufw is enabled", "", ""});
+  EXPECT_THAT(ufw.text, Contains("As root this command sees whether the answers come in."));
+  Firewall rules;
+  rules.readable = true;
+  const Finding none = SeemingFirewall(rules);
+  EXPECT_THAT(none.text, Contains("No rule for incoming packets that drops any was found."));
+  EXPECT_THAT(none.commands, ElementsAre("sudo nft list ruleset"));
+}
+
+TEST(Findings, AnUnreadableTextOtherThanTheNameIsTraced) {
+  Facts facts = Desk();
+  AddScanner("127.0.0.1", 0, &facts);
+  facts.devices[0].vendor.kind = ReplyKind::kUnreadable;
+  facts.devices[0].vendor.datagram = {0x48, 0x54};
+  const std::vector<Finding> found = findings_of(facts);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].id, "unreadable");
+  EXPECT_THAT(found[0].title, HasSubstr("127.0.0.1"));
+  EXPECT_THAT(found[0].title, HasSubstr("vendor"));
+  EXPECT_THAT(found[0].commands,
+              ElementsAre("dvx-probe list --address 127.0.0.1 --trace answer.pcap"));
+}
+
+TEST(Findings, AGivenAddressThatSaysNothingAtAllIsSilent) {
+  Facts facts = Desk();
+  AddScanner("127.0.0.1", 0, &facts);
+  facts.given = {Address("127.0.0.9")};
+  PlaceAsked place;
+  place.destination = facts.given[0];
+  place.direct = true;
+  facts.direct = {place};
+  const std::vector<Finding> found = findings_of(facts);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].id, "silent-address");
+  EXPECT_THAT(found[0].text, Contains(HasSubstr("Nothing came back")));
+}
+
+TEST(Findings, OfManyAddressesEightAreNamed) {
+  Facts facts = Desk();
+  facts.sawInterfaces = true;
+  for (int i = 11; i <= 20; ++i) {
+    facts.dropped.push_back(Address("127.0.0." + std::to_string(i)));
+  }
+  const std::vector<Finding> found = findings_of(facts);
+  ASSERT_FALSE(found.empty());
+  std::string text;
+  for (const std::string& paragraph : found[0].text) text += paragraph;
+  EXPECT_THAT(text, HasSubstr("127.0.0.17, 127.0.0.18 and 2 more"));
+}
+
+TEST(Interfaces, AnAddressOfNobodyIsOnNone) {
+  const Facts facts = Desk();
+  EXPECT_EQ(interface_with(facts.interfaces, Address("127.0.0.1")), &facts.interfaces[0]);
+  EXPECT_EQ(interface_with(facts.interfaces, Address("127.0.0.2")), nullptr);
 }
 
 }  // namespace

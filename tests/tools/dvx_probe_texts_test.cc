@@ -2,6 +2,8 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "snmp/udp_socket.h"
 #include "tools/dvx-probe/addresses.h"
 #include "tools/dvx-probe/list_output.h"
@@ -50,6 +52,34 @@ TEST(Rows, HardwareAddressesHaveSixBytesWhateverCame) {
   EXPECT_EQ(row_of(device).hardwareAddress, "02:11:00:00:00:00");
   device.hardwareAddress = Text("");
   EXPECT_EQ(row_of(device).hardwareAddress, "");
+}
+
+TEST(Replies, EveryKindHasItsWords) {
+  Reply reply;
+  EXPECT_EQ(reply_text(reply), "is not asked");
+  EXPECT_EQ(reply_text(Text("a\x1B")), "answers \"a?\"");
+  reply.kind = ReplyKind::kError;
+  reply.errorStatus = 5;
+  EXPECT_EQ(reply_text(reply), "answers with the error status 5");
+  reply.kind = ReplyKind::kUnreadable;
+  EXPECT_EQ(reply_text(reply), "answers with something that cannot be read");
+  reply.kind = ReplyKind::kSilent;
+  EXPECT_EQ(reply_text(reply), "does not answer");
+  reply.networkError = ECONNREFUSED;
+  EXPECT_EQ(reply_text(reply), "does not answer (Connection refused)");
+  reply.kind = ReplyKind::kNotSent;
+  reply.networkError = EHOSTUNREACH;
+  EXPECT_EQ(reply_text(reply), "cannot be asked (No route to host)");
+}
+
+TEST(Replies, TheFirstMissingTextIsWhyADeviceIsLeftOut) {
+  Device device = Scanner("T55", "V", "n");
+  EXPECT_EQ(why_left_out(device), "");
+  device.name.kind = ReplyKind::kSilent;
+  EXPECT_EQ(why_left_out(device), "it does not answer when asked for its name");
+  device.vendor.kind = ReplyKind::kUnreadable;
+  EXPECT_EQ(why_left_out(device),
+            "it answers with something that cannot be read when asked for its vendor");
 }
 
 TEST(Csv, FieldsWithSeparatorsAreQuoted) {

@@ -100,8 +100,6 @@ std::string reply_text(const Reply& reply) {
       return "answers \"" + shown_text(reply.text) + "\"";
     case ReplyKind::kError:
       return "answers with the error status " + std::to_string(reply.errorStatus);
-    case ReplyKind::kTooLong:
-      return "answers with " + std::to_string(reply.text.size()) + " bytes, which is too long";
     case ReplyKind::kUnreadable:
       return "answers with something that cannot be read";
     case ReplyKind::kSilent:

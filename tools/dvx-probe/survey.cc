@@ -152,13 +152,7 @@ Reply reply_of(const Outcome& outcome) {
   if (!answer) return reply;
   reply.errorStatus = answer->errorStatus;
   reply.text = answer->value;
-  if (answer->errorStatus != 0) {
-    reply.kind = ReplyKind::kError;
-  } else if (answer->value.size() > kTextCapacity) {
-    reply.kind = ReplyKind::kTooLong;
-  } else {
-    reply.kind = ReplyKind::kText;
-  }
+  reply.kind = answer->errorStatus != 0 ? ReplyKind::kError : ReplyKind::kText;
   return reply;
 }
 

@@ -29,7 +29,6 @@ enum class ReplyKind {
   kNotAsked,
   kText,        // it counts
   kError,       // an SNMP error status
-  kTooLong,     // more bytes than the program takes
   kUnreadable,  // not understood
   kSilent,      // nothing came in time
   kNotSent,     // the question could not be sent
