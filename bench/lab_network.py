@@ -67,14 +67,18 @@ def system_calls(program, *arguments):
     return calls
 
 
+def one_survey(programs, count):
+    (figures,) = json_lines(programs.bench / "bench_survey")
+    if figures["count"] != count:
+        raise RuntimeError(f"a survey found {figures['count']} of {count} scanners")
+    return figures
+
+
 def survey(programs, count, runs):
     ours, bare = {}, {}
     with scanners(programs, count):
         for _ in range(runs):
-            (figures,) = json_lines(programs.bench / "bench_survey")
-            if figures["count"] != count:
-                raise RuntimeError(f"a survey found {figures['count']} of {count} scanners")
-            add(ours, figures)
+            add(ours, one_survey(programs, count))
             add(bare, floor(programs, "survey", count, 3))
         calls = system_calls(programs.bench / "bench_survey")
     return {"ours": ours, "floor": bare, "calls": calls}

@@ -12,20 +12,28 @@ sys.path[:0] = [str(TOP / "tools"), str(TOP / "bench")]
 import instructions  # noqa: E402  (needs the line above)
 import lab_network  # noqa: E402
 import lab_window  # noqa: E402
+import peers  # noqa: E402
 import timed  # noqa: E402
 from settings import FULL, QUICK, Programs  # noqa: E402
 
 BASELINE = TOP / "bench" / "baseline.json"
 
 # What runs inside the lab, with the options of script/lab that it needs.
-LAB_PARTS = {"network": (lab_network, []), "window": (lab_window, ["--display"])}
+LAB_PARTS = {
+    "network": (lab_network, []),
+    "peers": (peers, []),
+    "window": (lab_window, ["--display"]),
+}
 
 
 def measure_operations(programs, settings):
-    operations = timed.own(programs.bench / "bench_timed", settings.seconds, settings.repetitions)
+    def run(program):
+        return timed.own(program, settings.seconds, settings.repetitions)
+
+    operations = run(programs.bench / "bench_timed")
     for name, count in instructions.count(programs.bench / "bench_counted").items():
         operations[name]["instructions"] = count
-    return {"operations": operations}
+    return {"operations": operations, "peers": peers.codecs(programs, settings, run)}
 
 
 def counts_of(results):
