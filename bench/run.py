@@ -3,8 +3,10 @@ import argparse
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
+import tempfile
 
 TOP = pathlib.Path(__file__).resolve().parents[1]
 sys.path[:0] = [str(TOP / "tools"), str(TOP / "bench")]
@@ -12,10 +14,13 @@ sys.path[:0] = [str(TOP / "tools"), str(TOP / "bench")]
 import instructions  # noqa: E402  (needs the line above)
 import lab_network  # noqa: E402
 import lab_window  # noqa: E402
+import machine  # noqa: E402
 import peers  # noqa: E402
+import report  # noqa: E402
 import timed  # noqa: E402
 from settings import FULL, QUICK, Programs  # noqa: E402
 
+DOCS = TOP / "docs"
 BASELINE = TOP / "bench" / "baseline.json"
 
 # What runs inside the lab, with the options of script/lab that it needs.
@@ -74,8 +79,34 @@ def read_arguments():
     parser.add_argument("--results", type=pathlib.Path, required=True)
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--baseline", action="store_true")
+    parser.add_argument("--report", action="store_true")
     parser.add_argument("--lab-part", choices=LAB_PARTS)
     return parser.parse_args()
+
+
+def write_report(arguments):
+    """Fills the page, or, for a brief run, a copy that nobody reads."""
+    if not arguments.quick:
+        report.write(arguments.results, DOCS, DOCS / "images")
+        return
+    with tempfile.TemporaryDirectory() as copy:
+        shutil.copy(DOCS / "performance.md", copy)
+        report.write(arguments.results, pathlib.Path(copy), pathlib.Path(copy))
+
+
+def measure_all(arguments, programs, settings):
+    """Exit status: 1 when something needs more than in the baseline."""
+    print("operations", flush=True)
+    operations = measure_operations(programs, settings)
+    keep(arguments.results, "operations", operations)
+    for part in LAB_PARTS:
+        print(part, flush=True)
+        in_lab(part, arguments)
+    described = machine.describe(programs.build)
+    described["Runs"] = settings.describe()
+    keep(arguments.results, "run", described)
+    write_report(arguments)
+    return check_counts(operations)
 
 
 def main():
@@ -84,20 +115,18 @@ def main():
     if arguments.lab_part:
         module = LAB_PARTS[arguments.lab_part][0]
         keep(arguments.results, arguments.lab_part, module.measure(programs, settings))
-        return 0
-    print("operations", flush=True)
-    operations = measure_operations(programs, settings)
-    keep(arguments.results, "operations", operations)
-    if arguments.baseline:
-        instructions.write_baseline(BASELINE, counts_of(operations))
-        return 0
-    status = check_counts(operations)
-    for part in LAB_PARTS:
-        print(part, flush=True)
-        in_lab(part, arguments)
-    return status
+    elif arguments.baseline:
+        instructions.write_baseline(BASELINE, counts_of(measure_operations(programs, QUICK)))
+    elif arguments.report:
+        write_report(arguments)
+    else:
+        return measure_all(arguments, programs, settings)
+    return 0
 
 
 if __name__ == "__main__":
     os.umask(0o022)
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except (RuntimeError, subprocess.CalledProcessError) as failure:
+        sys.exit(f"bench: {failure}")

@@ -36,6 +36,13 @@ class Settings:
     rows: int
     scrolls: int
 
+    def describe(self):
+        return (
+            f"{self.repetitions} of {self.seconds:g} s for each operation, {self.runs} of each survey,"
+            f" registration and peer, {self.starts} starts, {self.searches} searches,"
+            f" {self.keys} keys, {self.scrolls} pages"
+        )
+
 
 FULL = Settings(
     seconds=0.05,
@@ -55,7 +62,7 @@ QUICK = Settings(
     seconds=0.002,
     repetitions=1,
     runs=1,
-    survey_sizes=(1, 16),
+    survey_sizes=(1, 64, 256),
     registration_sizes=(1, 16),
     peer_size=16,
     starts=1,
