@@ -362,6 +362,23 @@ def test_mnemonics_of_a_language_lead_to_what_they_label(open_german):
     keyboard.wait_for_focus(window.name_entry)
 
 
+@pytest.mark.parametrize("key, written", [("alt+o", True), ("alt+c", False)])
+def test_ok_and_cancel_have_keys_of_their_own(open_window, key, written):
+    window = open_window()
+    keyboard_of(window).press(key)
+    assert window.tool.wait_for_end() == 0
+    assert program.settings_file().exists() == written
+
+
+def test_apply_has_a_key_of_its_own(open_window):
+    window = open_window()
+    window.ocr_entry.type_over("/bin/true")
+    wait_until(lambda: window.apply.sensitive, "Apply to be enabled")
+    keyboard_of(window).press("alt+a")
+    wait_until(lambda: not window.apply.sensitive, "Apply to be done")
+    assert 'ocrpath="/bin/true"\n' in program.settings_file().read_text()
+
+
 @pytest.mark.parametrize("key", ["Return", "Escape"])
 def test_enter_and_escape_in_an_entry_do_nothing(open_window, key):
     window = open_window()

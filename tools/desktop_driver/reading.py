@@ -13,6 +13,8 @@ from .xwindows import run
 # What shows a text of the program's own, and what else must not be covered by one.
 TEXT_ROLES = {"label", "push button", "check box", "table column header", "page tab"}
 OTHER_ROLES = {"text", "progress bar"}
+# What shows a text that comes from elsewhere.
+WRITTEN_ROLES = {"text", "table cell"}
 # An entry narrower than this shows too little of a path or a name.
 LEAST_ENTRY = 150
 
@@ -41,6 +43,14 @@ class Box(NamedTuple):
             and other.y < self.y + self.height
         )
 
+    def within(self, others):
+        """What of it lies within all of the others."""
+        boxes = [self, *others]
+        left, top = max(box.x for box in boxes), max(box.y for box in boxes)
+        right = min(box.x + box.width for box in boxes)
+        bottom = min(box.y + box.height for box in boxes)
+        return Box(left, top, max(0, right - left), max(0, bottom - top))
+
     def __str__(self):
         return f"{self.width}x{self.height}+{self.x}+{self.y}"
 
@@ -65,9 +75,11 @@ def screen():
 
 
 def text_box(control):
-    """The text of a control and where it lies."""
+    """The text of a control and where it lies; without a text the place of the control."""
     text = control.accessible.queryText()
     length = text.characterCount
+    if length == 0:
+        return "", Box(*control.place())
     return text.getText(0, length), Box(*text.getRangeExtents(0, length, pyatspi.DESKTOP_COORDS))
 
 
@@ -80,12 +92,50 @@ def shown_below(control, around):
         role, place = child.role, Box(*child.place())
         if role in TEXT_ROLES:
             text, drawn = text_box(child)
-            found.append(Shown(role, text, place, drawn if text else place, around))
+            found.append(Shown(role, text, place, drawn, around))
         elif role in OTHER_ROLES:
             found.append(Shown(role, "", place, place, around))
         # The page of a notebook counts as part of its tab but does not lie in it.
         found += shown_below(child, around if role == "page tab" else [*around, place])
     return found
+
+
+class Written(NamedTuple):
+    """A text that can be read, and what is to be seen of it."""
+
+    what: str
+    drawn: Box  # the place of the whole text
+    seen: Box
+
+
+def rows_area(table):
+    """What a list has for its rows: all but the titles of its columns."""
+    place = Box(*table.place())
+    titles = [Box(*c.place()) for c in table.children() if c.role == "table column header"]
+    height = max((title.height for title in titles), default=0)
+    return Box(place.x, place.y + height, place.width, place.height - height)
+
+
+def written_below(control, around):
+    """Every text of an enabled control below this one, or of a cell, that is not out of sight."""
+    found = []
+    for child in control.children():
+        if not child.showing or not child.sensitive:
+            continue
+        place = Box(*child.place())
+        inside = [*around, rows_area(control)] if child.role == "table cell" else around
+        if child.role in TEXT_ROLES | WRITTEN_ROLES:
+            text, drawn = text_box(child)
+            seen = drawn.within([*inside, place])
+            if text and seen.width and seen.height:
+                found.append(Written(f"{child.role} {text!r}", drawn, seen))
+        found += written_below(child, inside if child.role == "page tab" else [*inside, place])
+    return found
+
+
+def written_in(window):
+    """The texts of a window that can be read at the moment, each with where it is."""
+    return written_below(window, [screen(), Box(*window.place())])
 
 
 def shown_in(window):
