@@ -2,8 +2,7 @@
 #include "snmp/simple_pdu.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -167,13 +166,14 @@ int oid_array2string(char* text, const int* capacity, const uint64_t* oid, const
   if (oid == nullptr) return -1;
   int used = 0;
   for (int i = 0; i == 0 || i < *count; ++i) {
-    const char* separator = i + 1 < *count ? "." : "";
     char piece[sizeof("4294967295.")];
-    const int size =
-        snprintf(piece, sizeof(piece), "%" PRIu32 "%s", static_cast<uint32_t>(oid[i]), separator);
+    char* end = std::to_chars(piece, piece + sizeof(piece), static_cast<uint32_t>(oid[i])).ptr;
+    if (i + 1 < *count) *end++ = '.';
+    const auto size = static_cast<int>(end - piece);
     if (used + size > *capacity - 1) return -1;
-    memcpy(text + used, piece, static_cast<size_t>(size) + 1);
+    memcpy(text + used, piece, static_cast<size_t>(size));
     used += size;
+    text[used] = 0;
   }
   return 0;
 }

@@ -40,7 +40,7 @@ namespace {
 
 // The n-th array of PDUs, or block of that size, for which there is no memory; 0 for none.
 int failing_pdu_array = 0;
-size_t failing_malloc_size = 0;
+size_t failing_block_size = 0;
 
 // When not 0, what devices say instead of their answers: texts of that length.
 size_t long_text = 0;
@@ -57,8 +57,8 @@ int LongText(char c, char* buffer) {
 extern "C" {
 snmp_simple_pdu* __real__Z21get_simple_pdu_memoryii(int count, int slots);
 snmp_simple_pdu* __wrap__Z21get_simple_pdu_memoryii(int count, int slots);
-void* __real_malloc(size_t size);
-void* __wrap_malloc(size_t size);
+void* __real_realloc(void* block, size_t size);
+void* __wrap_realloc(void* block, size_t size);
 int __real__Z13net_get_modelPKcPci(const char* address, char* buffer, int length);
 int __wrap__Z13net_get_modelPKcPci(const char* address, char* buffer, int length);
 int __real__Z14net_get_vendorPKcPci(const char* address, char* buffer, int length);
@@ -72,8 +72,8 @@ snmp_simple_pdu* __wrap__Z21get_simple_pdu_memoryii(int count, int slots) {
   return __real__Z21get_simple_pdu_memoryii(count, slots);
 }
 
-void* __wrap_malloc(size_t size) {
-  return size == failing_malloc_size ? nullptr : __real_malloc(size);
+void* __wrap_realloc(void* block, size_t size) {
+  return size == failing_block_size ? nullptr : __real_realloc(block, size);
 }
 
 int __wrap__Z13net_get_modelPKcPci(const char* address, char* buffer, int length) {
@@ -135,7 +135,7 @@ class DeviceSurveyTest : public ::testing::Test {
   DeviceSurveyTest() { srand(1); }
   ~DeviceSurveyTest() override {
     failing_pdu_array = 0;
-    failing_malloc_size = 0;
+    failing_block_size = 0;
     long_text = 0;
   }
 
@@ -349,7 +349,7 @@ TEST_F(DeviceSurveyTest, ShortMemoryIsToldAndTheCountLeftAlone) {
 
 TEST_F(DeviceSurveyTest, ShortMemoryForARecordKeepsTheOthers) {
   Host office(Office("0.0.0.0", 161), All({WithModel(64, "T55"), WithModel(65, "T60")}));
-  failing_malloc_size = 2 * sizeof(MACHINEINFO);
+  failing_block_size = 2 * sizeof(MACHINEINFO);
   Survey();
   EXPECT_EQ((Lines{"Veltrana T55, desk, 10.77.0.64"}), Found());
 }
