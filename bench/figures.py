@@ -44,6 +44,7 @@ class Registration:
         runs = len(self.all.values)
         self.in_turn = Sample(results["floor"]["in_turn"]).per_run(runs)
         self.own_sockets = Sample(results["floor"]["own_sockets"]).per_run(runs)
+        self.with_queries = Sample(results["floor"]["with_queries"]).per_run(runs)
         self.processor = Sample(results["ours"]["processor"])
         self.peak_kib = Sample(results["ours"]["peak_kib"])
         self.calls = results["calls"]

@@ -112,6 +112,7 @@ def asked_by_survey(programs, count):
 
 
 def measure(programs, settings):
+    lab_network.share_one_processor()
     figures = {}
     with lab_network.scanners(programs, settings.peer_size):
         for _ in range(settings.runs):

@@ -11,9 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
 
 namespace {
 
@@ -25,10 +24,13 @@ struct Times {
 constexpr size_t kMostDescriptors = 1024;
 
 Times* times = nullptr;
-std::array<bool, kMostDescriptors> is_survey;
+bool is_survey[kMostDescriptors];
 
+// The C++ library, which programs in C do not load, is not used here.
 double Now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 Times* MapTimes() {
@@ -52,7 +54,7 @@ bool CanNote(int fd) { return fd >= 0 && static_cast<size_t>(fd) < kMostDescript
 extern "C" {
 
 int socket(int domain, int type, int protocol) noexcept {
-  static auto* const next = Next<int(int, int, int)>("socket");
+  auto* const next = Next<int(int, int, int)>("socket");
   if (domain != AF_INET) return next(domain, type, protocol);
   if (times == nullptr) times = MapTimes();
   if (times != nullptr && times->begin == 0) times->begin = Now();
@@ -62,7 +64,7 @@ int socket(int domain, int type, int protocol) noexcept {
 }
 
 int close(int fd) {
-  static auto* const next = Next<int(int)>("close");
+  auto* const next = Next<int(int)>("close");
   const int result = next(fd);
   if (!CanNote(fd) || !is_survey[static_cast<size_t>(fd)]) return result;
   is_survey[static_cast<size_t>(fd)] = false;
