@@ -22,6 +22,9 @@ int xApp::Start(int argc, char** argv) {
     g_warning("cannot open display: %s", display != nullptr ? display : "");
     return 0;
   }
+  // Pango begins here to read the configuration of the fonts, in a thread of its own. Whoever shows
+  // the first text waits for that, so it goes on while the window is being built.
+  pango_cairo_font_map_get_default();
   return InitInstance();
 }
 

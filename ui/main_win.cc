@@ -28,6 +28,16 @@ constexpr int kHeight = 446;
 
 constexpr std::size_t kColonTextSize = 256;
 
+// Reads the icon theme, which the buttons need when the window is shown. The tabs' entries wait for
+// the fonts, which Pango looks for in a thread; doing this first makes use of that time.
+void LoadIconTheme(GtkWidget* button) {
+  gboolean shows_icons = FALSE;
+  g_object_get(gtk_widget_get_settings(button), "gtk-button-images", &shows_icons, nullptr);
+  if (shows_icons == FALSE) return;
+  GdkPixbuf* icon = gtk_widget_render_icon(button, "gtk-apply", GTK_ICON_SIZE_BUTTON, nullptr);
+  if (icon != nullptr) g_object_unref(icon);
+}
+
 }  // namespace
 
 CMainWin::CMainWin() : xWindow(nullptr) {
@@ -105,6 +115,7 @@ void CMainWin::BuildButtons(xBox* row) {
   buttons.AppendChild(m_pBtnOK.get());
   buttons.AppendChild(m_pBtnCancel.get());
   row->AppendChildEnd(&buttons, 0, 0, 0);
+  LoadIconTheme(m_pBtnApply->GetWidget());
 }
 
 int CMainWin::ApplyTabs() { return m_pTabs->OnApply(); }
