@@ -131,7 +131,7 @@ CDlgSearch::CDlgSearch(xWindow* parent) : xDialog(parent), m_wUpdating(0xFFFF) {
   m_pProgress = std::make_unique<xProgressBar>(this, kIdProgress, 0);
   // The dialog has no title that could be read out when it opens.
   xTieLabel(*m_pLabel, *this);
-  xNameAfterLabel(*m_pLabel, *m_pProgress);
+  g_signal_connect_after(m_pProgress->GetWidget(), "map", G_CALLBACK(CallBack_BarShown), this);
   GetContent()->AppendChild(m_pLabel.get(), 0, 0, 0);
   GetContent()->AppendChild(m_pProgress.get(), 0, 0, 0);
   GetContent()->AppendChild(&row, 0, 0, 0);
@@ -191,6 +191,13 @@ void CDlgSearch::TakeBack() {
 }
 
 // The Escape key ends a GTK dialog even if it has no close button.
+// Not before the bar is on the screen: GTK gives it its value then, and assistive programs could
+// not ask for that when they met the bar earlier.
+void CDlgSearch::CallBack_BarShown(GtkWidget* /*bar*/, void* data) {
+  const auto* dialog = static_cast<CDlgSearch*>(data);
+  xNameAfterLabel(*dialog->m_pLabel, *dialog->m_pProgress);
+}
+
 void CDlgSearch::CallBack_Close(GtkDialog* dialog, void* /*data*/) {
   g_signal_stop_emission_by_name(dialog, "close");
 }

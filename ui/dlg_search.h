@@ -64,6 +64,7 @@ class CDlgSearch : public xDialog {
   std::shared_ptr<SearchState> m_pState;
 
  private:
+  static void CallBack_BarShown(GtkWidget* bar, void* data);
   static void CallBack_Close(GtkDialog* dialog, void* data);
   static void CallBack_Response(GtkDialog* dialog, int response, void* data);
 

@@ -215,6 +215,8 @@ TEST_F(DlgSearchTest, HasAnEmptyTitleAndAnEnglishText) {
 TEST_F(DlgSearchTest, ItsTextStandsForItsTitleAndNamesTheBar) {
   AtkObject* label = accessible::Of((Search().*Dialog::Label)->GetWidget());
   EXPECT_THAT(accessible::LabelledBy(Search().GetWidget()), ElementsAre(label));
+  EXPECT_EQ("(null)", accessible::Name(Progress().GetWidget()));
+  gtk_widget_show_all(Search().GetWidget());
   EXPECT_THAT(accessible::LabelledBy(Progress().GetWidget()), ElementsAre(label));
   EXPECT_EQ("Searching online devices...", accessible::Name(Progress().GetWidget()));
 }
