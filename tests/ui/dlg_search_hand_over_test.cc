@@ -285,7 +285,7 @@ long AllocatedBytes() {
 // How many more bytes are in use after a search, on average. Of several rows of searches the one
 // that takes least counts: in the others some table of GTK's may have grown.
 long BytesLeftBy(const std::function<void()>& search) {
-  constexpr int kRows = 3;
+  constexpr int kRows = 6;
   constexpr int kRow = 10;
   long least = LONG_MAX;
   for (int row = 0; row < kRows; ++row) {
