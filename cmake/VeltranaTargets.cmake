@@ -80,7 +80,7 @@ function(veltrana_test name)
     # The leak checker follows the stack through GTK, which has no frame pointers, and up to the
     # functions of fontconfig that lsan.supp names.
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab" ENVIRONMENT
-      "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=40")
+      "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=10")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
       PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})

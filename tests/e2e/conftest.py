@@ -83,11 +83,11 @@ def with_checkers(environment):
     """A program's environment with what the sanitizers heed in it, in builds that have one.
 
     Leaks of GTK and fontconfig are told from ours by functions on the stack. Those libraries have
-    no frame pointers to follow, and some of the functions stand about 30 frames up. What a test
-    asks for itself goes before that.
+    no frame pointers to follow. The functions stand within ten calls, and looking further would make
+    every allocation slow. What a test asks for itself goes before that.
     """
     own = {
-        "ASAN_OPTIONS": f"exitcode={FOUND}:fast_unwind_on_malloc=0:malloc_context_size=40",
+        "ASAN_OPTIONS": f"exitcode={FOUND}:fast_unwind_on_malloc=0:malloc_context_size=10",
         "TSAN_OPTIONS": f"exitcode={FOUND}",
     }
     both = {**os.environ, **environment}
