@@ -14,10 +14,9 @@ def own(program, seconds, repetitions):
         stdout=subprocess.PIPE,
         stderr=subprocess.DEVNULL,
     )
+    runs = [run for run in json.loads(done.stdout)["benchmarks"] if run["run_type"] == "iteration"]
     operations = {}
-    for run in json.loads(done.stdout)["benchmarks"]:
-        if run["run_type"] != "iteration":
-            continue
+    for run in sorted(runs, key=lambda run: run["family_index"]):  # in the order of the program
         entry = operations.setdefault(run["run_name"], {"ns": []})
         entry["ns"].append(run["cpu_time"] * NANOSECONDS[run["time_unit"]])
         entry["blocks"], entry["bytes"] = int(run["blocks"]), int(run["bytes"])

@@ -89,6 +89,18 @@ class Screen {
     Await([&] { return m_Widths.count(window) == 0; }, "the dialog to close");
   }
 
+  // The window that gets the keys.
+  Window Focus() const {
+    Window focus = 0;
+    int revert = 0;
+    XGetInputFocus(m_pDisplay, &focus, &revert);
+    return focus;
+  }
+
+  void WaitForFocus(Window window) {
+    Await([&] { return Focus() == window; }, "the window to get the keys");
+  }
+
   Changes WaitUntilSettled() {
     const double begin = Now();
     while (Now() - std::max(begin, m_Changes.last) < kSettled) {
@@ -119,7 +131,7 @@ class Screen {
     const double end = Now() + kPatience;
     while (!come_true()) {
       if (Now() > end) Fail(std::string("waited in vain for ") + what);
-      HandleEvents(0.1);
+      HandleEvents(0.01);
     }
   }
 
@@ -265,6 +277,7 @@ void WatchScrolling(Screen* screen, int rounds) {
 
 void WatchSearch(Screen* screen, int rounds) {
   OpenPage(screen, kTabsToSearch);
+  const Window main_window = screen->Focus();
   for (int i = 0; i < rounds; ++i) {
     screen->Key(XK_space, true);
     screen->WaitUntilSettled();
@@ -276,6 +289,7 @@ void WatchSearch(Screen* screen, int rounds) {
     printf("{\"first\": %.9f, \"mapped\": %.9f, \"painted\": %.9f}\n", changes.first - begin,
            mapped - begin, changes.last - begin);
     screen->WaitUntilGone();
+    screen->WaitForFocus(main_window);
     screen->WaitUntilSettled();
   }
 }
