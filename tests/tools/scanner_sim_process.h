@@ -117,6 +117,9 @@ class CClient {
   CClient() : m_iFd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
     const int on = 1;
     setsockopt(m_iFd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    // The usual room holds 256 answers, and on a busy machine all of 300 may wait to be read.
+    const int room = 1 << 20;
+    setsockopt(m_iFd, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room);
   }
   CClient(const CClient&) = delete;
   CClient& operator=(const CClient&) = delete;
