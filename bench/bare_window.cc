@@ -1,6 +1,7 @@
 // What a GTK 2 program costs that does nothing: a window of the size of the program's with an empty
-// notebook in it. With ROWS, the notebook has two pages, and on the second are a check box, an
-// entry, a list of so many rows and a button that opens a dialog, in this order, as in the program.
+// notebook in it. With ROWS, it has the kinds of controls that the program has: on the first page
+// two rows of a text, an entry and a button, on the second a check box, an entry, a list of so many
+// rows and a button that opens a dialog, and three stock buttons below.
 #include <gtk/gtk.h>
 
 #include <string>
@@ -55,8 +56,32 @@ GtkWidget* MakeList(int rows) {
   return scrolled;
 }
 
+GtkWidget* MakePathRow(const char* title) {
+  GtkWidget* row = gtk_hbox_new(FALSE, 6);
+  GtkWidget* entry = gtk_entry_new();
+  gtk_entry_set_text(GTK_ENTRY(entry), "/home/user/Veltrana/DVX/Scan");
+  gtk_box_pack_start(GTK_BOX(row), gtk_label_new(title), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(row), entry, TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(row), gtk_button_new_with_label("Browse..."), FALSE, FALSE, 0);
+  GtkWidget* frame = gtk_frame_new(title);
+  gtk_container_add(GTK_CONTAINER(frame), row);
+  return frame;
+}
+
+void AddButtons(GtkBox* box) {
+  GtkWidget* buttons = gtk_hbutton_box_new();
+  gtk_button_box_set_layout(GTK_BUTTON_BOX(buttons), GTK_BUTTONBOX_END);
+  for (const char* stock : {GTK_STOCK_APPLY, GTK_STOCK_OK, GTK_STOCK_CANCEL}) {
+    gtk_container_add(GTK_CONTAINER(buttons), gtk_button_new_from_stock(stock));
+  }
+  gtk_box_pack_start(box, buttons, FALSE, FALSE, 0);
+}
+
 void AddPages(GtkNotebook* notebook, int rows) {
-  gtk_notebook_append_page(notebook, gtk_vbox_new(FALSE, 0), gtk_label_new("First"));
+  GtkWidget* first = gtk_vbox_new(FALSE, 6);
+  gtk_box_pack_start(GTK_BOX(first), MakePathRow("Save folder"), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(first), MakePathRow("OCR program"), FALSE, FALSE, 0);
+  gtk_notebook_append_page(notebook, first, gtk_label_new("First"));
   GtkWidget* page = gtk_vbox_new(FALSE, 6);
   GtkWidget* button = gtk_button_new_with_label("Search");
   g_signal_connect(button, "clicked", G_CALLBACK(OpenDialog), nullptr);
@@ -81,11 +106,14 @@ int main(int argc, char** argv) {
     return 2;
   }
   GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  GtkWidget* box = gtk_vbox_new(FALSE, 10);
   GtkWidget* notebook = gtk_notebook_new();
+  gtk_box_pack_start(GTK_BOX(box), notebook, TRUE, TRUE, 0);
   if (argc == 2) {
     AddPages(GTK_NOTEBOOK(notebook), NumberArgument("bench_bare_window", argv[1], kMostRows));
+    AddButtons(GTK_BOX(box));
   }
-  gtk_container_add(GTK_CONTAINER(window), notebook);
+  gtk_container_add(GTK_CONTAINER(window), box);
   gtk_window_set_default_size(GTK_WINDOW(window), kWidth, kHeight);
   gtk_window_set_position(GTK_WINDOW(window), GTK_WIN_POS_CENTER);
   g_signal_connect(window, "destroy", G_CALLBACK(gtk_main_quit), nullptr);

@@ -47,15 +47,15 @@ class Settings:
 FULL = Settings(
     seconds=0.05,
     repetitions=7,
-    runs=9,
+    runs=15,
     survey_sizes=(1, 4, 16, 64, 256),
     registration_sizes=(1, 16, 256),
     peer_size=256,
-    starts=9,
-    searches=5,
-    keys=25,
+    starts=15,
+    searches=9,
+    keys=41,
     rows=256,
-    scrolls=25,
+    scrolls=41,
 )
 
 QUICK = Settings(
