@@ -305,10 +305,14 @@ def plot_peers(folder, figures):
     bars(folder / "performance-peers.svg", label, dict(sorted(named.items(), key=lambda i: i[1])))
 
 
+class NoResults(Exception):
+    """There is nothing to report on."""
+
+
 def read_results(folder):
     missing = [part for part in PARTS if not (folder / f"{part}.json").exists()]
     if missing:
-        raise RuntimeError(f"no results of {', '.join(missing)} in {folder}: run script/bench")
+        raise NoResults(f"no results of {', '.join(missing)} in {folder}: run script/bench")
     return {part: json.loads((folder / f"{part}.json").read_text()) for part in PARTS}
 
 

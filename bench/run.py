@@ -128,5 +128,8 @@ if __name__ == "__main__":
     os.umask(0o022)
     try:
         sys.exit(main())
+    except report.NoResults as problem:
+        print(f"bench: {problem}", file=sys.stderr)
+        sys.exit(2)
     except (RuntimeError, subprocess.CalledProcessError) as failure:
         sys.exit(f"bench: {failure}")
