@@ -2,7 +2,8 @@
 // message. Prints lines of JSON.
 //
 // Usage: gosnmp_peer at_once|in_turn SCANNERS OBJECT...
-//        gosnmp_peer codec SECONDS OBJECT NAME=HEX...
+//
+//	gosnmp_peer codec SECONDS OBJECT NAME=HEX...
 package main
 
 import (
