@@ -430,8 +430,10 @@ def selected_rows(window):
 
 
 def wait_for_selection(window, rows):
-    what = lambda: f"rows {rows} to be selected, not {selected_rows(window)}"  # noqa: E731
-    wait_until(lambda: selected_rows(window) == rows, what)
+    wait_until(
+        lambda: selected_rows(window) == rows,
+        lambda: f"rows {rows} to be selected, not {selected_rows(window)}",
+    )
 
 
 def test_first_down_key_selects_the_first_scanner(open_network_page, start_scanners):

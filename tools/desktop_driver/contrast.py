@@ -32,10 +32,11 @@ class Picture:
         """The contrast of a text to its ground, from 1 (invisible) to 21 (black on white)."""
         found = self.colours(box)
         (ground, _count), *_ = found.most_common(1)
-        left = INK * box.width * box.height
-        for ratio, count in sorted(((ratio_of(ground, c), n) for c, n in found.items()), reverse=True):
-            left -= count
-            if left <= 0:
+        ratios = [(ratio_of(ground, colour), count) for colour, count in found.items()]
+        ink = INK * box.width * box.height
+        for ratio, count in sorted(ratios, reverse=True):
+            ink -= count
+            if ink <= 0:
                 return ratio
         return 1.0
 
