@@ -1,8 +1,6 @@
 """What follows from the raw results: the ratios that are looked at, and the limits for them."""
 from statistics_of import Sample
 
-QUIET_WAIT = 1.0  # seconds without an answer that end the gathering
-
 # What a line of the list of goals says, and its limit.
 SURVEY_LIMIT = 1.05
 ASKING_LIMIT = 1.5
@@ -23,13 +21,11 @@ class Survey:
         runs = len(self.all.values)
         self.gathering = Sample(ours["gathering"])
         self.asking = Sample(a - b for a, b in zip(ours["all"], ours["gathering"]))
-        self.in_turn = Sample(floor["in_turn"]).per_run(runs)
-        self.own_sockets = Sample(floor["own_sockets"]).per_run(runs)
+        self.in_turn = Sample(floor["asking"])
+        self.own_sockets = Sample(floor["asking_own_sockets"])
+        self.warm = Sample(floor["in_turn"]).per_run(runs)
         self.at_once = Sample(floor["at_once"]).per_run(runs)
-        broadcast = Sample(floor["broadcast"]).per_run(runs)
-        self.floor = Sample(
-            QUIET_WAIT + a + b for a, b in zip(broadcast.values, self.in_turn.values)
-        )
+        self.floor = Sample(a + b for a, b in zip(floor["gathering"], floor["asking"]))
         self.processor = Sample(ours["processor"])
         self.peak_kib = Sample(ours["peak_kib"])
         self.calls = results["calls"]

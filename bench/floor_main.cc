@@ -26,6 +26,7 @@ constexpr uint16_t kScannerSnmpPort = 161;
 constexpr char kDiscoveryObject[] = "1.3.6.1.4.1.731.405.1.1.1.3";
 constexpr uint16_t kCommandPort = 3892;
 constexpr int kPatienceSeconds = 3;
+constexpr int kQuietSeconds = 1;
 
 constexpr int kMostInterfaces = 16;
 constexpr int kMostRounds = 1000;
@@ -65,12 +66,13 @@ class Socket {
 
   int Get() const { return m_iSocket; }
 
-  void Wait() const {
+  // Whether there is something to receive before so much time has passed.
+  bool ComesWithin(int seconds) const {
     fd_set readable;
     FD_ZERO(&readable);
     FD_SET(m_iSocket, &readable);
-    timeval patience{kPatienceSeconds, 0};
-    if (select(m_iSocket + 1, &readable, nullptr, nullptr, &patience) != 1) Fail("no answer came");
+    timeval patience{seconds, 0};
+    return select(m_iSocket + 1, &readable, nullptr, nullptr, &patience) == 1;
   }
 
   // Without it a lost datagram would keep the process for ever.
@@ -143,7 +145,7 @@ void InTurn(const Exchanges& exchanges) {
 void ExchangeOnOwnSocket(const Exchanges& exchanges, int index) {
   const Socket socket;
   exchanges.Send(socket, index);
-  socket.Wait();
+  if (!socket.ComesWithin(kPatienceSeconds)) Fail("no answer came");
   socket.Receive();
 }
 
@@ -188,15 +190,6 @@ void AtOnce(const Exchanges& exchanges) {
   }
 }
 
-// The search: one broadcast, and an answer of every scanner.
-void Broadcast(int scanners) {
-  const Socket socket;
-  socket.SetPatience();
-  socket.AllowBroadcast();
-  socket.Send({INADDR_BROADCAST}, kScannerSnmpPort, Encoded(kPduGetNext, kDiscoveryObject));
-  for (int i = 0; i < scanners; ++i) socket.Receive();
-}
-
 double Time(const std::function<void()>& work) {
   const StopWatch watch;
   work();
@@ -208,10 +201,24 @@ struct Figure {
   double seconds;
 };
 
-void Print(const std::vector<Figure>& figures) {
-  for (const Figure& figure : figures) {
-    printf("{\"what\": \"%s\", \"seconds\": %.9f}\n", figure.name, figure.seconds);
-  }
+// The search: one broadcast, an answer of every scanner, and the second without one that ends it.
+void Gather(int scanners) {
+  const Socket socket;
+  socket.AllowBroadcast();
+  socket.Send({INADDR_BROADCAST}, kScannerSnmpPort, Encoded(kPduGetNext, kDiscoveryObject));
+  int answers = 0;
+  for (; socket.ComesWithin(kQuietSeconds); ++answers) socket.Receive();
+  if (answers != scanners) Fail("not every scanner has answered the search");
+}
+
+// A survey without anything else: first the search, so that processor and caches have been idle for
+// as long as they have in a survey, then the questions, in both ways.
+std::vector<Figure> TimeSurvey(const Exchanges& questions) {
+  const double gathering = Time([&] { Gather(questions.scanners); });
+  const double in_turn = Time([&] { InTurn(questions); });
+  Gather(questions.scanners);
+  const double own_sockets = Time([&] { OnOwnSockets(questions); });
+  return {{"gathering", gathering}, {"asking", in_turn}, {"asking_own_sockets", own_sockets}};
 }
 
 // By turns, so that what else the machine does meets all of them.
@@ -225,6 +232,12 @@ std::vector<Figure> TimeAll(const Exchanges& exchanges, int rounds) {
     figures.push_back({"at_once", Time([&] { AtOnce(exchanges); })});
   }
   return figures;
+}
+
+void Print(const std::vector<Figure>& figures) {
+  for (const Figure& figure : figures) {
+    printf("{\"what\": \"%s\", \"seconds\": %.9f}\n", figure.name, figure.seconds);
+  }
 }
 
 }  // namespace
@@ -246,9 +259,7 @@ int main(int argc, char** argv) {
                             {Encoded(kPduGet, kModelObject), Encoded(kPduGet, kVendorObject),
                              Encoded(kPduGet, kSysNameObject)}};
   std::vector<Figure> figures = TimeAll(questions, rounds);
-  for (int i = 0; i < rounds; ++i) {
-    figures.push_back({"broadcast", Time([&] { Broadcast(scanners); })});
-  }
+  for (const Figure& figure : TimeSurvey(questions)) figures.push_back(figure);
   Print(figures);
   return 0;
 }

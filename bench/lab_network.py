@@ -80,7 +80,7 @@ def survey(programs, count, runs):
     with scanners(programs, count):
         for _ in range(runs):
             add(ours, one_survey(programs, count))
-            add(bare, floor(programs, "survey", count, 3))
+            add(bare, floor(programs, "survey", count, 1))
         calls = system_calls(programs.bench / "bench_survey")
     return {"ours": ours, "floor": bare, "calls": calls}
 

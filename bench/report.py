@@ -34,7 +34,8 @@ def goal_table(figures):
 
 def survey_table(figures):
     titles = ["Scanners", "all ÷ floor", "asking ÷ round trips", "asking ÷ with own sockets"]
-    titles += ["all, s", "asking, ms", "round trips, ms", "at once, ms", "processor, ms", "peak, MB"]
+    titles += ["all, s", "asking, ms", "round trips, ms", "warm, ms", "at once, ms"]
+    titles += ["processor, ms", "peak, MB"]
     rows = [
         [
             survey.count,
@@ -44,6 +45,7 @@ def survey_table(figures):
             survey.all.show(digits=3),
             survey.asking.show(MS),
             survey.in_turn.show(MS),
+            survey.warm.show(MS),
             survey.at_once.show(MS),
             survey.processor.show(MS),
             f"{survey.peak_kib.median * 1024 / 1e6:.1f}",
