@@ -15,13 +15,14 @@ from desktop_driver.waiting import wait_until
 
 
 @contextlib.contextmanager
-def scanners(programs, count):
-    """So many simulated scanners that answer at once. Unlike those of the tests they write no log,
+def scanners(programs, count, *settings):
+    """So many simulated scanners that answer at once, or as their settings say. Unlike those of the tests they write no log,
     which would be a part of every round trip."""
     with tempfile.TemporaryDirectory() as folder:
         ready = pathlib.Path(folder) / "ready"
         command = ["nice", "-n", "-20", "lab-office", programs.simulator, "--quiet"]
         command += ["--scanners", count, "--network", "10.77.0.0/16", "--ready-file", ready]
+        command += settings
         simulator = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL)
         try:
             wait_until(lambda: ready.exists() or simulator.poll() is not None, "the scanners")

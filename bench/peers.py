@@ -13,6 +13,9 @@ FOLDER = pathlib.Path(__file__).resolve().parent / "peers"
 OBJECTS = ("1.3.6.1.4.1.731.1.2.1.2.0", "1.3.6.1.4.1.731.1.2.1.1.0", "1.3.6.1.2.1.1.5.0")
 DISCOVERY = "1.3.6.1.4.1.731.405.1.1.1.3"
 
+# How long slow scanners take to answer.
+DELAY_MS = 2
+
 PACKAGES = {
     "gosnmp": "golang-github-gosnmp-gosnmp-dev",
     "Botan": "libbotan-2-dev",
@@ -111,11 +114,22 @@ def asked_by_survey(programs, count):
     return {"seconds": figures["all"] - figures["gathering"]}
 
 
+def ask_all(programs, count, runs, *scanner_settings):
+    """Everybody asks, by turns: {who: {figure: [...]}}."""
+    figures = {}
+    with lab_network.scanners(programs, count, *scanner_settings):
+        for _ in range(runs):
+            for who, ask in asking(programs, count).items():
+                lab_network.add(figures.setdefault(who, {}), ask())
+    return figures
+
+
 def measure(programs, settings):
     lab_network.share_one_processor()
-    figures = {}
-    with lab_network.scanners(programs, settings.peer_size):
-        for _ in range(settings.runs):
-            for who, ask in asking(programs, settings.peer_size).items():
-                lab_network.add(figures.setdefault(who, {}), ask())
-    return {"scanners": settings.peer_size, "peers": figures}
+    count = settings.peer_size
+    return {
+        "scanners": count,
+        "peers": ask_all(programs, count, settings.runs),
+        # What asking in turn costs with scanners that take their time.
+        "slow": ask_all(programs, count, settings.slow_runs, "--set", f"delay={DELAY_MS}"),
+    }

@@ -125,20 +125,30 @@ def start_table(figures):
     return table(titles, rows)
 
 
-def peer_table(figures):
-    peers = figures.peers["peers"]
-    bare = peers["bare"]
-    in_turn = Sample(bare["in_turn"])
-    who = {name: Sample(values["seconds"]) for name, values in peers.items() if name != "bare"}
-    who["bare datagrams, in turn"] = in_turn
-    who["bare datagrams, own sockets, in turn"] = Sample(bare["own_sockets"])
-    who["bare datagrams, at once"] = Sample(bare["at_once"])
+def asking_table(peers, reference):
+    """Who asks how long, in terms of bare datagrams in turn or at once."""
     names = {"survey": "the survey's questions, in turn"}
+    who = {names.get(n, n): Sample(v["seconds"]) for n, v in peers.items() if n != "bare"}
+    bare = {
+        "in turn": "in_turn",
+        "own sockets, in turn": "own_sockets",
+        "at once": "at_once",
+    }
+    who |= {f"bare datagrams, {what}": Sample(peers["bare"][key]) for what, key in bare.items()}
+    unit = who[f"bare datagrams, {reference}"].median
     rows = [
-        [names.get(name, name), f"{sample.median / in_turn.median:.2f}", sample.show(MS)]
+        [name, f"{sample.median / unit:.2f}", sample.show(MS)]
         for name, sample in sorted(who.items(), key=lambda item: item[1].median)
     ]
-    return table(["Who", "÷ bare, in turn", "ms"], rows)
+    return table(["Who", f"÷ bare, {reference}", "ms"], rows)
+
+
+def peer_table(figures):
+    return asking_table(figures.peers["peers"], "in turn")
+
+
+def slow_table(figures):
+    return asking_table(figures.peers["slow"], "at once")
 
 
 def codec_table(figures):
@@ -198,6 +208,7 @@ TABLES = {
     "window": window_table,
     "start": start_table,
     "peers": peer_table,
+    "slow": slow_table,
     "codecs": codec_table,
     "operations": operation_table,
     "growing": growing_table,
@@ -220,7 +231,7 @@ def fill(page, figures):
 # --- plots --------------------------------------------------------------------------------------
 
 STYLE = """
-set terminal svg size 720,400 font "sans-serif,12" background "#ffffff"
+set terminal svg noenhanced size 720,400 font "sans-serif,12" background "#ffffff"
 set border 3 lc rgb "#555555"
 set tics nomirror
 set grid ytics lc rgb "#dddddd"
@@ -259,11 +270,12 @@ set xlabel "scanners"
 set ylabel "milliseconds after the quiet wait"
 set key left top
 set xtics (1, 4, 16, 64, 256)
+set xrange [0.8:320]
 plot $d using 1:2:3:4 with yerrorbars lc rgb "{COLOURS[0]}" pt 7 ps 0.5 notitle, \\
   $d using 1:2 with lines lw 2 lc rgb "{COLOURS[0]}" title "survey", \\
   $d using 1:5 with lines lw 2 dt 2 lc rgb "{COLOURS[1]}" title "bare, each with its own socket", \\
   $d using 1:6 with lines lw 2 lc rgb "{COLOURS[2]}" title "bare, one open socket", \\
-  $d using 1:7 with lines lw 2 lc rgb "{COLOURS[3]}" title "bare, at once"
+  $d using 1:7 with lines lw 2 lc rgb "{COLOURS[3]}" title "bare, at once (warm)"
 """,
         d=rows,
     )
@@ -282,7 +294,7 @@ set boxwidth 0.6
 set xtics rotate by -25
 set rmargin 8
 plot $d using 1:2:xtic(3) with boxes lc rgb "{COLOURS[0]}" notitle, \\
-  $d using 1:2:(sprintf("%.3g", $2)) with labels offset 0,0.7 notitle
+  $d using 1:2:(sprintf($2 < 100 ? "%.1f" : "%.0f", $2)) with labels offset 0,0.7 notitle
 """,
         d=rows,
     )

@@ -30,6 +30,7 @@ class Settings:
     survey_sizes: tuple
     registration_sizes: tuple
     peer_size: int
+    slow_runs: int  # of whoever asks scanners that take their time
     starts: int  # of the program
     searches: int
     keys: int
@@ -51,6 +52,7 @@ FULL = Settings(
     survey_sizes=(1, 4, 16, 64, 256),
     registration_sizes=(1, 16, 256),
     peer_size=256,
+    slow_runs=3,
     starts=15,
     searches=9,
     keys=41,
@@ -65,6 +67,7 @@ QUICK = Settings(
     survey_sizes=(1, 64, 256),
     registration_sizes=(1, 16),
     peer_size=16,
+    slow_runs=1,
     starts=1,
     searches=1,
     keys=3,
