@@ -48,7 +48,7 @@ class Settings:
 FULL = Settings(
     seconds=0.05,
     repetitions=7,
-    runs=15,
+    runs=11,
     survey_sizes=(1, 4, 16, 64, 256),
     registration_sizes=(1, 16, 256),
     peer_size=256,
