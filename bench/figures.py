@@ -111,6 +111,7 @@ def goals(figures):
     whole = many.all.over(many.floor)
     asking = many.asking.over(many.in_turn)
     growth = (many.asking.median / 256) / (some.asking.median / 64)
+    bare_growth = (many.in_turn.median / 256) / (some.in_turn.median / 64)
     yield Goal(
         "Survey of 256 scanners, all of it ÷ its floor",
         f"≤ {SURVEY_LIMIT}",
@@ -128,6 +129,13 @@ def goals(figures):
         f"1 ± {GROWTH_LIMIT}",
         f"{growth:.3f}",
         abs(growth - 1) <= GROWTH_LIMIT,
+    )
+    relative = growth / bare_growth
+    yield Goal(
+        "The same ÷ that of the bare round trips",
+        f"1 ± {GROWTH_LIMIT}",
+        f"{relative:.3f}",
+        abs(relative - 1) <= GROWTH_LIMIT,
     )
     for ours, (peer, ratio) in figures.codec_ratios().items():
         yield Goal(
