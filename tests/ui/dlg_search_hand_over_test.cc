@@ -54,8 +54,8 @@ constexpr Step kSteps[] = {kFlagRead,     kPauseBegins, kInPause, kPauseEnds,
 // The sanitizers take their time.
 const int kTimes = __sanitizer_get_current_allocated_bytes != nullptr ? 20 : 100;
 
-// Bytes that a search may leave behind more than another, as GTK keeps more or less of a dialog. The
-// two devices take 1,088. Smaller leaks are the leak checker's.
+// Bytes that a search may leave behind more than another, as GTK keeps more or less of a dialog.
+// The two devices take 1,088. Smaller leaks are the leak checker's.
 constexpr long kTolerance = 800;
 
 std::atomic<Step> hold_at{kNowhere};
