@@ -6,6 +6,7 @@
 
 #include "bench/addresses.h"
 #include "bench/arguments.h"
+#include "bench/peak_memory.h"
 #include "bench/stop_watch.h"
 #include "devreg/client_registration.h"
 
@@ -21,6 +22,6 @@ int main(int argc, char** argv) {
   const StopWatch watch;
   for (const std::string& address : addresses) registerOneNetDevice(address.c_str(), "lab-desk");
   printf("{\"all\": %.9f, \"processor\": %.9f, \"peak_kib\": %ld}\n", watch.Elapsed(),
-         watch.Processor(), PeakMemory());
+         watch.Processor(), peak_memory("self"));
   return 0;
 }

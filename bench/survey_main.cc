@@ -6,6 +6,7 @@
 
 #include "app/debug_log.h"
 #include "app/malloc_ptr.h"
+#include "bench/peak_memory.h"
 #include "bench/stop_watch.h"
 #include "ui/device_survey.h"
 
@@ -33,6 +34,6 @@ int main(int argc, char**) {
   printf(
       "{\"count\": %d, \"all\": %.9f, \"gathering\": %.9f, \"processor\": %.9f, \"peak_kib\": "
       "%ld}\n",
-      count, watch->Elapsed(), gathered, watch->Processor(), PeakMemory());
+      count, watch->Elapsed(), gathered, watch->Processor(), peak_memory("self"));
   return 0;
 }

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "bench/arguments.h"
+#include "bench/peak_memory.h"
 
 namespace {
 
@@ -196,15 +197,8 @@ class Program {
 
   // The most memory that it has had so far, in KiB.
   long PeakMemory() const {
-    const std::string path = "/proc/" + std::to_string(m_Pid) + "/status";
-    FILE* status = fopen(path.c_str(), "re");
-    if (status == nullptr) Fail("the program has ended");
-    long peak = 0;
-    char line[256];
-    while (peak == 0 && fgets(line, sizeof(line), status) != nullptr) {
-      if (strncmp(line, "VmHWM:", 6) == 0) peak = strtol(line + 6, nullptr, 10);
-    }
-    fclose(status);
+    const long peak = peak_memory(std::to_string(m_Pid));
+    if (peak == 0) Fail("the program has ended");
     return peak;
   }
 
