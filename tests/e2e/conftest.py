@@ -41,11 +41,23 @@ EXCUSES = re.compile(r"Locale not supported|unexpectedly destroyed")
 FOUND = 86
 CRASHES = (signal.SIGABRT, signal.SIGBUS, signal.SIGFPE, signal.SIGILL, signal.SIGSEGV)
 FAULTS = {FOUND, *(-number for number in CRASHES)}
+# Where a test keeps the programs that it started.
+STARTED = pytest.StashKey()
 
 
 def pytest_configure(config):
     # pyatspi calls the accessibility library by names that it calls old.
     config.addinivalue_line("filterwarnings", "ignore:Atspi:DeprecationWarning")
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item, call):
+    """Shows with a failed test what its programs wrote so far."""
+    report = (yield).get_result()
+    if report.failed and call.when == "call":
+        for tool in item.stash.get(STARTED, []):
+            title = f"standard error of program {tool.process.pid}, status {tool.process.poll()}"
+            report.sections.append((title, tool.errors))
 
 
 def pytest_sessionstart():
@@ -126,10 +138,10 @@ def check_end(tool):
 
 
 @pytest.fixture
-def start_program():
+def start_program(request):
     """Starts the program, which must not crash, make GTK complain or lose memory by the end."""
     wrapper_of_all = shlex.split(os.environ.get("VELTRANA_WRAPPER", ""))
-    started = []
+    started = request.node.stash[STARTED] = []
     with contextlib.ExitStack() as stack:
 
         def start(*arguments, environment=None, wrapper=()):

@@ -13,8 +13,11 @@ MOTIF_FUNCTIONS = 1
 MOTIF_ALL_BUT = 1
 MOTIF_CLOSE = 32
 
-# What /proc tells of a thread that waits in poll(2): the call's number and three arguments.
-WAITING = re.compile(r"7 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
+# What /proc tells of a thread that waits in poll(2), also after it was stopped meanwhile: the call's
+# number and three arguments.
+WAITING = re.compile(r"(?:7|219) 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
+# The same of a thread that waits in epoll_wait(2), as the X server does.
+SERVER_WAITING = re.compile(r"232 ")
 
 
 def run(*command):
@@ -52,14 +55,34 @@ def waits_for_events(pid):
     return call is not None and int(call["milliseconds"], 16) != 0
 
 
+def display_is_read():
+    """Whether the X server and its clients have read all that they sent each other."""
+    # protocol, bytes not read, bytes not sent, own path, own inode, peer's path, peer's inode
+    rows = [row.split() for row in run("ss", "-xH", "state", "established").splitlines()]
+    server = {row[4] for row in rows if "/.X11-unix/" in row[3]}
+    return all(row[1] == "0" for row in rows if row[4] in server or row[6] in server)
+
+
+def display_is_quiet():
+    """Whether the X server and the window manager have nothing to do and nothing to tell anyone."""
+    for path in pathlib.Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it has just ended
+            name, call = ((path / file).read_text().strip() for file in ("comm", "syscall"))
+            if name == "openbox" and not WAITING.match(call):
+                return False
+            if name == "Xvfb" and not SERVER_WAITING.match(call):
+                return False
+    return display_is_read()
+
+
 @contextlib.contextmanager
 def held(pid):
-    """Stops a process while it waits for events, and lets it go on afterwards."""
+    """Stops a process that has answered to all that happened; lets it go on afterwards."""
 
     def hold():
         os.kill(pid, signal.SIGSTOP)
         wait_until(lambda: ") T " in pathlib.Path(f"/proc/{pid}/stat").read_text(), "the stop")
-        if waits_for_events(pid):
+        if waits_for_events(pid) and display_is_quiet():
             return True
         os.kill(pid, signal.SIGCONT)
         return False
@@ -163,8 +186,11 @@ class ManagedWindow:
     def destroy(self):
         """Destroys it behind the program's back.
 
-        GDK ends a program that draws on a window that is gone, so this one waits meanwhile.
+        GDK ends a program that asks about a window that is gone, as it does for many an event and
+        for the tooltip of what the pointer rests on. So the pointer leaves, no event is on its way,
+        and the program waits meanwhile.
         """
+        run("xdotool", "mousemove", "1279", "1023")
         with held(self._pid):
             run("xdotool", "windowclose", self.number)
 
