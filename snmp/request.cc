@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "app/cancellation_off.h"
 #include "app/debug_log.h"
 #include "app/malloc_ptr.h"
 #include "snmp/asn.h"
@@ -83,6 +84,15 @@ int StoreAnswers(const snmp_pdu_list* list, snmp_simple_pdu* answers, int capaci
     if (counted >= capacity || snmp_standard2simple(list->pdu, &answers[counted]) == 0) ++counted;
   }
   return counted;
+}
+
+// A flood of answers takes many megabytes, which the C library would keep: what is allocated next
+// stays, and mostly lies behind them.
+void ReturnFreedMemory() {
+  // It may ask the kernel for random bytes, where a cancelled thread begins to unwind, and nothing
+  // may unwind through a function that is declared not to throw.
+  const CancellationOff guard;
+  malloc_trim(0);
 }
 
 // Request and answer record of a query for one variable.
@@ -195,9 +205,7 @@ int multi_snmp_request_simple(const char* address, unsigned int seconds, snmp_si
   const bool answered = list != nullptr;
   if (answered) *count = StoreAnswers(list.get(), answers, capacity);
   list.reset();
-  // A flood of answers takes many megabytes, which the C library would keep: what is allocated next
-  // stays, and mostly lies behind them.
-  malloc_trim(0);
+  ReturnFreedMemory();
   return answered ? 0 : -1;
 }
 
