@@ -36,8 +36,8 @@ namespace {
 // Whether a survey is cancelled while it returns freed memory to the system.
 std::atomic<bool> cancel_in_malloc_trim{false};
 
-// Ports of the surveys' sockets. Each socket has a new one: an answer that comes when its socket has
-// been closed must not be taken for one to the next question.
+// Ports of the surveys' sockets. Each socket has a new one: an answer that comes when its socket
+// has been closed must not be taken for one to the next question.
 std::atomic<int> next_port{1024};
 
 }  // namespace
