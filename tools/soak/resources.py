@@ -35,21 +35,26 @@ class Watch:
     cycle, and by some once.
     """
 
-    # What allocators and caches take when they please.
+    # What allocators and caches take when they please, in KiB.
     SLACK = 4096
+    # The thread sanitizer notes things for every lock and thread, and forgets them when it pleases:
+    # 7 MiB come and go with twenty searches.
+    THREAD_SANITIZER_SLACK = 16384
 
     def __init__(self, pid, first_cycles, memory_per_cycle):
         self._pid = pid
         self._first_cycles = first_cycles
         self._memory_per_cycle = memory_per_cycle
         self._cycles = 0
+        maps = pathlib.Path(f"/proc/{pid}/maps").read_text()
+        self._slack = self.THREAD_SANITIZER_SLACK if "libtsan" in maps else self.SLACK
         self.at_start = self.after_first = self.now = use_of(pid)
 
     @property
     def most_memory(self):
         """What the memory may have grown to by now, in KiB."""
         counted = self._cycles - self._first_cycles
-        return self.after_first.memory + self.SLACK + counted * self._memory_per_cycle
+        return self.after_first.memory + self._slack + counted * self._memory_per_cycle
 
     def check(self):
         """Looks at the process after a cycle."""
