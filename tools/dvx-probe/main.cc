@@ -12,22 +12,6 @@
 
 namespace {
 
-const char* NameOf(Command command) {
-  switch (command) {
-    case Command::kList:
-      return " list";
-    case Command::kRegister:
-      return " register";
-    case Command::kUnregister:
-      return " unregister";
-    case Command::kExplain:
-      return " explain";
-    case Command::kNone:
-      break;
-  }
-  return "";
-}
-
 int Carry(const Options& options) {
   CProgress progress;
   std::unique_ptr<CTrace> trace;
@@ -56,14 +40,13 @@ int Run(const std::vector<std::string>& arguments) {
   return Carry(options);
 }
 
-// The command whose help the message points to.
-const char* CommandAmong(const std::vector<std::string>& arguments) {
-  for (const Command command :
-       {Command::kList, Command::kRegister, Command::kUnregister, Command::kExplain}) {
-    const char* name = NameOf(command);
-    if (!arguments.empty() && arguments.front() == name + 1) return name;
+// The help that the message about a mistake points to.
+std::string HelpFor(const std::vector<std::string>& arguments) {
+  for (const char* command : {"list", "register", "unregister", "explain"}) {
+    const bool is_meant = !arguments.empty() && arguments.front() == command;
+    if (is_meant) return std::string("dvx-probe ") + command + " --help";
   }
-  return "";
+  return "dvx-probe --help";
 }
 
 }  // namespace
@@ -75,8 +58,7 @@ int main(int argc, char** argv) {
   try {
     status = Run(arguments);
   } catch (const UsageError& error) {
-    std::fprintf(stderr, "dvx-probe: %s (see dvx-probe%s --help)\n", error.what(),
-                 CommandAmong(arguments));
+    std::fprintf(stderr, "dvx-probe: %s (see %s)\n", error.what(), HelpFor(arguments).c_str());
     return kWrongUsage;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dvx-probe: %s\n", error.what());
