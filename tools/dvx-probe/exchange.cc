@@ -60,19 +60,25 @@ class CExchange {
  private:
   // Takes what has come for a question; returns whether that is over.
   bool Take(Conversation* item, int events) {
-    if ((events & POLLERR) != 0) {
-      if (const int error = item->port.TakeNetworkError(); error != 0) {
-        item->outcome->networkError = error;
-      }
-    }
+    if ((events & POLLERR) != 0) TakeReport(item);
     if ((events & POLLIN) != 0 && TakeAnswer(item)) return true;
     if (Clock::now() < item->end) return false;
     if (item->outcome->answers.empty()) Tell();
     return true;
   }
 
+  // Takes what the network has reported; returns whether there was something.
+  static bool TakeReport(Conversation* item) {
+    const int error = item->port.TakeNetworkError();
+    if (error != 0) item->outcome->networkError = error;
+    return error != 0;
+  }
+
   bool TakeAnswer(Conversation* item) {
     std::optional<Datagram> answer = item->port.Receive();
+    // A report that came in since the socket was looked at is given in place of the answer, which
+    // stays behind it. When time is up, nobody would look for it again.
+    while (!answer && TakeReport(item)) answer = item->port.Receive();
     if (!answer) return false;
     const bool asked = same_address(answer->from.sin_addr, item->question->to.sin_addr);
     const Clock::time_point now = Clock::now();
