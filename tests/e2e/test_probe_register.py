@@ -1,9 +1,12 @@
 """dvx-probe register and unregister: what scanners are told, and what is told of them."""
+import pathlib
+
 import probe
 import pytest
 
 from desktop_driver import xwindows
 
+MANUAL = pathlib.Path(__file__).resolve().parents[2] / "docs" / "dvx-probe.md"
 DESK = {"address": "10.77.0.10", "mac": "02:56:44:56:58:10"}
 HUNDRED = [f"10.77.0.{number}" for number in range(101, 201)]
 
@@ -83,6 +86,16 @@ def test_what_came_back_is_told_for_each_scanner(start_scanners):
     assert {name: len(peers.asked("register", name)) for name in PACKETS} == PACKETS
     told = {address for address, computers in peers.lists().items() if computers}
     assert told == {"10.77.0.101", "10.77.0.105", "10.77.0.106"}
+
+
+def test_the_sample_of_the_manual(start_scanners):
+    """The commands that it shows are run, and show what it shows."""
+    sample = MANUAL.read_text().partition("## Register")[2].split("\n\n")[1]
+    command, *expected, echo, status = (line[4:] for line in sample.splitlines())
+    assert (command, echo) == ("$ dvx-probe register --all --name front-desk", "$ echo $?")
+    start_scanners("[scanner Reception]\n[scanner Accounting]\nreply_codes = D4\n")
+    output = probe.results(*command.split()[2:], status=int(status))
+    assert output.splitlines() == expected
 
 
 def test_nobody_listens_there():

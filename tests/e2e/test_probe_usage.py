@@ -7,6 +7,7 @@ import signal
 import subprocess
 import time
 
+import failing
 import probe
 import pytest
 
@@ -50,6 +51,7 @@ MISTAKES = {
     " (see dvx-probe list --help)",
     "list --wait 601": "--wait 601: this is not a number of seconds from 0.001 to 600"
     " (see dvx-probe list --help)",
+    "list --trace=": "--trace: the file has no name (see dvx-probe list --help)",
     "list --trace /no/such/folder/file": "--trace /no/such/folder/file: No such file or directory"
     " (see dvx-probe list --help)",
     "register": "no scanner: give addresses, or --all (see dvx-probe register --help)",
@@ -67,6 +69,13 @@ MISTAKES = {
 @pytest.mark.parametrize("words", MISTAKES)
 def test_mistakes_are_named_and_exit_with_2(words):
     assert probe.results(*words.split(), status=2, errors=f"dvx-probe: {MISTAKES[words]}\n") == ""
+
+
+def test_an_interface_that_is_down_is_not_asked():
+    down = failing.network("ip link add eth0 type veth peer name far0\n")
+    errors = "dvx-probe: --interface eth0: it is down (see dvx-probe list --help)\n"
+    output = probe.results("list", "--interface", "eth0", status=2, errors=errors, wrapper=down)
+    assert output == ""
 
 
 def test_host_names_are_looked_up():
@@ -165,6 +174,38 @@ def test_progress_on_a_terminal(start_scanners):
     # The line is emptied before the table.
     assert re.search(r"\r\x1b\[KMODEL +NAME", terminal.shown)
     assert terminal.shown.rstrip().endswith("02:56:53:00:00:66")
+
+
+def progress(shown):
+    """The lines that took each other's place, and what is left in the end."""
+    first, *lines = shown.split("\r\x1b[K")
+    assert first == ""
+    return lines[:-1], lines[-1]
+
+
+SEARCHED = ["Searching... 0 answers", "Searching... 1 answers", "Searching... 2 answers"]
+ASKED = [
+    f"Asking for {what}... {count} of 2"
+    for what in ("models", "vendors", "names", "hardware addresses")
+    for count in range(3)
+]
+REGISTERED = [f"Registering... {count} of 2" for count in range(3)]
+RESULTS = {
+    "register": '10.77.0.101      registered as "lab-desk"\r\n'
+    '10.77.0.102      registered as "lab-desk"\r\n',
+    "unregister": "10.77.0.101      told to forget this computer\r\n"
+    "10.77.0.102      told to forget this computer\r\n",
+}
+STEPS = {"register": REGISTERED, "unregister": ["Unregistering... 0 of 2"]}
+
+
+@pytest.mark.parametrize("command", STEPS)
+def test_every_step_is_shown_on_a_terminal(start_scanners, command):
+    """The line is emptied twice: after the search, when it may have complaints, and at the end."""
+    start_scanners(2)
+    terminal = Terminal(command, "--all")
+    assert terminal.wait() == 0
+    assert progress(terminal.shown) == ([*SEARCHED, *ASKED, "", *STEPS[command]], RESULTS[command])
 
 
 def test_interrupt_leaves_at_once():
