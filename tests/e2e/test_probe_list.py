@@ -191,8 +191,9 @@ def test_each_interface(start_scanners, second_network):
 
 
 def test_one_interface(start_scanners, second_network):
-    start_scanners("[scanner Near]\n[scanner Back]\naddress = 10.88.0.70\n")
+    peers = start_scanners("[scanner Near]\n[scanner Back]\naddress = 10.88.0.70\n")
     assert "Back" in names("--interface", "eth1")
+    assert {entry["to"] for entry in peers.asked("discovery")} == {"10.88.0.255:161"}
 
 
 def test_waiting_longer(start_scanners):

@@ -125,6 +125,7 @@ unregister_code = C4
 unregister_code = D4
 [scanner Objects]
 unregister_code = 55
+delay.unregister = 600
 """
 
 

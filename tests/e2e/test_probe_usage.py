@@ -86,10 +86,10 @@ def test_host_names_are_looked_up():
 
 
 def test_unknown_host_names_are_a_mistake():
-    errors = "dvx-probe: --address no-such-scanner.invalid: no such host is known"
+    errors = "dvx-probe: --address no-such_scanner1.invalid: no such host is known"
     errors += " (see dvx-probe list --help)\n"
     assert probe.results(
-        "list", "--address", "no-such-scanner.invalid", status=2, errors=errors
+        "list", "--address", "no-such_scanner1.invalid", status=2, errors=errors
     ) == ""
 
 

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <net/if.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -228,13 +229,21 @@ TEST(Exchange, WhatCannotBeSentIsToldAndKeepsNobody) {
   EXPECT_EQ(told, 1);
 }
 
-TEST(Exchange, TheSourceOfAnInterfaceIsUsed) {
+TEST(Exchange, AnInterfaceAndItsAddressAreUsed) {
   Host device(Here("127.0.0.1"), Always({'a'}));
   Question question = To("127.0.0.1", device.Port());
   question.interface = "lo";
   question.source = SocketAddress("127.0.0.9", 0).sin_addr;
+  std::string bound;
+  g_before_reading = [&bound](int fd) {
+    char name[IF_NAMESIZE] = {};
+    socklen_t size = sizeof(name);
+    getsockopt(fd, SOL_SOCKET, SO_BINDTODEVICE, name, &size);
+    bound = name;
+  };
   const Outcome outcome = Ask(question, Ends::kWithFirstAnswer, kLong);
   ASSERT_THAT(outcome.answers, SizeIs(1));
+  EXPECT_EQ(bound, "lo");
   EXPECT_EQ(device.Log().at(0).from, "127.0.0.9");
   EXPECT_EQ(fake_network::Text(outcome.answers[0].to), "127.0.0.9");
 }

@@ -2,12 +2,22 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 
 #include "snmp/udp_socket.h"
+#include "tests/tools/private_file.h"
 #include "tools/dvx-probe/addresses.h"
+#include "tools/dvx-probe/interfaces.h"
 #include "tools/dvx-probe/list_output.h"
 #include "tools/dvx-probe/registration.h"
+#include "tools/dvx-probe/run_program.h"
 #include "tools/dvx-probe/texts.h"
 #include "tools/dvx-probe/trace.h"
 
@@ -72,6 +82,29 @@ TEST(Replies, EveryKindHasItsWords) {
   EXPECT_EQ(reply_text(reply), "cannot be asked (No route to host)");
 }
 
+TEST(Replies, AreReadFromWhatBecameOfTheQuestion) {
+  Outcome outcome;
+  EXPECT_EQ(reply_text(reply_of(outcome)), "does not answer");
+  outcome.networkError = ECONNREFUSED;
+  EXPECT_EQ(reply_text(reply_of(outcome)), "does not answer (Connection refused)");
+  outcome.sendError = ENETUNREACH;
+  EXPECT_EQ(reply_text(reply_of(outcome)), "cannot be asked (Network is unreachable)");
+  outcome.sendError = 0;
+  outcome.answers.resize(2);
+  outcome.answers[0].data = {'?'};
+  const Reply unreadable = reply_of(outcome);
+  EXPECT_EQ(unreadable.kind, ReplyKind::kUnreadable);
+  EXPECT_EQ(unreadable.datagram, Bytes{'?'});
+  // sysName is "PC"; the error status is the second of the three numbers before the variables.
+  outcome.answers[0].data = {0x30, 0x2B, 0x02, 0x01, 0x00, 0x04, 0x06, 'p',  'u',  'b',  'l',  'i',
+                             'c',  0xA2, 0x1E, 0x02, 0x04, 0x00, 0x00, 0x00, 0x01, 0x02, 0x01, 0x00,
+                             0x02, 0x01, 0x00, 0x30, 0x10, 0x30, 0x0E, 0x06, 0x08, 0x2B, 0x06, 0x01,
+                             0x02, 0x01, 0x01, 0x05, 0x00, 0x04, 0x02, 'P',  'C'};
+  EXPECT_EQ(reply_text(reply_of(outcome)), "answers \"PC\"");
+  outcome.answers[0].data[23] = 2;
+  EXPECT_EQ(reply_text(reply_of(outcome)), "answers with the error status 2");
+}
+
 TEST(Replies, TheFirstMissingTextIsWhyADeviceIsLeftOut) {
   Device device = Scanner("T55", "V", "n");
   EXPECT_EQ(why_left_out(device), "");
@@ -87,9 +120,12 @@ TEST(Csv, FieldsWithSeparatorsAreQuoted) {
   EXPECT_EQ(csv_field("a,b"), "\"a,b\"");
   EXPECT_EQ(csv_field("2\" disk"), "\"2\"\" disk\"");
   EXPECT_EQ(csv_field("two\nlines"), "\"two\nlines\"");
+  EXPECT_EQ(csv_field("two\rlines"), "\"two\rlines\"");
   EXPECT_EQ(list_text({Scanner("T55", "V", "")}, Format::kCsv),
             "model,name,address,hardware_address\nV T55,,10.77.0.101,\n");
 }
+
+TEST(Csv, BrokenTextsAreValid) { EXPECT_EQ(csv_field("\xC3\xBC\xFF"), "\xC3\xBC\xEF\xBF\xBD"); }
 
 TEST(Json, ControlCharactersAndBrokenTextsStayValid) {
   EXPECT_EQ(json_text("a\"b\\c\n\t\x01\x7F"), "\"a\\\"b\\\\c\\n\\t\\u0001\\u007f\"");
@@ -138,6 +174,72 @@ TEST(Trace, PacketsHaveTheirHeadersAndChecksums) {
                        0xC6, 0x0A, 0x4D, 0x00, 0x0A, 0x0A, 0x4D, 0x00, 0x65, 0x9C, 0x40,
                        0x00, 0xA1, 0x00, 0x0B, 0x49, 0xEC, 0x01, 0x02, 0x03};
   EXPECT_EQ(packet, expected);
+}
+
+TEST(Trace, FilesBeginWithTheirHeaderAndRecordsWithTheirs) {
+  const std::string path = private_file(".pcap");
+  std::ofstream(path) << "what an earlier run has left, which is longer than what this one writes: "
+                      << std::string(99, 'x');
+  const time_t before = time(nullptr);
+  CTrace(path).Add(net_socket_address({inet_addr("10.77.0.10")}, 40000),
+                   net_socket_address({inet_addr("10.77.0.101")}, 161), {0x01, 0x02, 0x03}, 64);
+  const time_t after = time(nullptr);
+  std::ifstream file(path, std::ios::binary);
+  const std::string found((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  remove(path.c_str());
+  // Magic number of microseconds, version 2.4, 65535 bytes at most, IPv4 packets (101).
+  const uint32_t header[] = {0xA1B2C3D4, 0x00040002, 0, 0, 65535, 101};
+  ASSERT_EQ(found.size(), sizeof(header) + 16 + 31);
+  EXPECT_EQ(memcmp(found.data(), header, sizeof(header)), 0);
+  uint32_t record[4];
+  memcpy(record, found.data() + sizeof(header), sizeof(record));
+  EXPECT_GE(record[0], before);
+  EXPECT_LE(record[0], after);
+  EXPECT_LT(record[1], 1000000U);
+  EXPECT_EQ(record[2], 31U);
+  EXPECT_EQ(record[3], 31U);
+}
+
+TEST(Programs, OutputIsTakenOfThoseThatEndWell) {
+  EXPECT_EQ(output_of({"sh", "-c", "echo \"$0 $1\"; echo hidden >&2", "a", "b c"}), "a b c\n");
+  EXPECT_EQ(output_of({"true"}), "");
+  EXPECT_FALSE(output_of({"sh", "-c", "echo begun; exit 3"}));
+  EXPECT_FALSE(output_of({"sh", "-c", "kill -9 $$"}));
+  EXPECT_FALSE(output_of({"no-such-program-anywhere"}));
+}
+
+TEST(Programs, ThoseThatHangAreEnded) {
+  const time_t before = time(nullptr);
+  EXPECT_FALSE(output_of({"sleep", "300"}));
+  EXPECT_GE(time(nullptr) - before, 4);
+  EXPECT_LT(time(nullptr) - before, 60);
+}
+
+TEST(Interfaces, WithoutASocketTheyCannotBeListed) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{0, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  std::string problem;
+  try {
+    list_interfaces();
+  } catch (const std::runtime_error& error) {
+    problem = error.what();
+  }
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(problem, "cannot list the network interfaces: Too many open files");
+}
+
+TEST(Interfaces, TheLoopbackHasItsAddressAndNoHardwareAddress) {
+  for (const Interface& item : list_interfaces()) {
+    EXPECT_EQ(item.loopback, item.name == "lo");
+    if (item.name != "lo") continue;
+    EXPECT_EQ(item.hardwareAddress, "");
+    ASSERT_FALSE(item.addresses.empty());
+    EXPECT_EQ(address_text(item.addresses[0].address), "127.0.0.1");
+    EXPECT_EQ(network_text(item.addresses[0].address, item.addresses[0].netmask), "127.0.0.0/8");
+    EXPECT_EQ(address_text(item.addresses[0].broadcast), "0.0.0.0");
+  }
 }
 
 }  // namespace
