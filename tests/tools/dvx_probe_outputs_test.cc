@@ -444,8 +444,12 @@ std::vector<Device> Devices() {
   nameless.name = Of(ReplyKind::kError, 5);
   Device silent = Scanner("10.77.0.104", "T55", "");
   silent.model = Of(ReplyKind::kSilent, ECONNREFUSED);
-  return {Scanner("10.77.0.101", "T55_E", "Reception"), second, nameless, silent,
-          Scanner("10.77.0.105", "A3", "\xE5\x8F\x97\xE4\xBB\x98\x1B\\")};
+  return {Scanner("10.77.0.101", "T55_E", "Reception"),
+          second,
+          nameless,
+          silent,
+          Scanner("10.77.0.105", "A3", "\xE5\x8F\x97\xE4\xBB\x98\x1B\\"),
+          Scanner("10.77.0.106", "S18", "")};
 }
 
 TEST(Lists, EachFormatIsShownWhole) {
