@@ -142,6 +142,13 @@ def test_a_given_address_that_is_silent(start_scanners):
     ]
 
 
+def test_a_given_address_that_is_left_out(start_scanners):
+    start_scanners("[scanner Whole]\n[scanner Nameless]\nsilent.name = yes\n")
+    errors = "dvx-probe: 10.77.0.102 is left out: it does not answer when asked for its name\n"
+    given = "10.77.0.101,10.77.0.102"
+    assert names("--address", given, status=1, errors=errors) == ["Whole"]
+
+
 def test_a_given_address_without_a_scanner():
     errors = "dvx-probe: 10.77.0.77 does not answer (Connection refused)\n"
     errors += "dvx-probe: no scanner was found (dvx-probe explain says why)\n"
