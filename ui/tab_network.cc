@@ -2,6 +2,7 @@
 #include "ui/tab_network.h"
 
 #include <gtk/gtk.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -89,7 +90,13 @@ void WatchSelectionKeys(GtkWidget* view) {
   }
 }
 
-// Starts the viewer and leaves it to itself; GLib collects its exit status.
+// Collects a viewer that has ended.
+gboolean CollectViewer(gpointer viewer) {
+  const bool is_running = waitpid(GPOINTER_TO_INT(viewer), nullptr, WNOHANG) == 0;
+  return is_running ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+}
+
+// Starts the viewer and leaves it to itself.
 void StartViewer(const Viewer& viewer, const char* url) {
   const pid_t pid = fork();
   if (pid == 0) {
@@ -99,8 +106,9 @@ void StartViewer(const Viewer& viewer, const char* url) {
     _exit(1);
   }
   if (pid < 0) return;
-  g_child_watch_add(
-      pid, [](GPid child, gint, gpointer) { g_spawn_close_pid(child); }, nullptr);
+  // Looked for now and then instead of watched with g_child_watch_add, which handles SIGCHLD where
+  // the kernel has no descriptors of processes: the signal would cut the wait for a scanner short.
+  g_timeout_add_seconds(1, CollectViewer, GINT_TO_POINTER(pid));
 }
 
 }  // namespace

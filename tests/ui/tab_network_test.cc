@@ -23,8 +23,8 @@ int __wrap_access(const char* path, int mode);
 int __wrap_execl(const char* path, const char* arg, ...);
 int __real_gethostname(char* name, size_t size);
 int __wrap_gethostname(char* name, size_t size);
-guint __real_g_child_watch_add(GPid pid, GChildWatchFunc function, gpointer data);
-guint __wrap_g_child_watch_add(GPid pid, GChildWatchFunc function, gpointer data);
+pid_t __real_waitpid(pid_t pid, int* status, int options);
+pid_t __wrap_waitpid(pid_t pid, int* status, int options);
 }
 
 namespace {
@@ -40,7 +40,7 @@ bool viewers_start = true;
 // This computer's name, "-" for a failure to tell it, unless it is to be the real one.
 std::string computer_name;
 
-// The exit statuses of the viewers, as GLib has collected them.
+// The exit statuses of the viewers that have been collected.
 std::vector<int> exit_statuses;
 
 }  // namespace
@@ -78,20 +78,12 @@ int __wrap_gethostname(char* name, size_t size) {
   return 0;
 }
 
-guint __wrap_g_child_watch_add(GPid pid, GChildWatchFunc function, gpointer data) {
-  struct Watch {
-    GChildWatchFunc function;
-    gpointer data;
-  };
-  return __real_g_child_watch_add(
-      pid,
-      [](GPid child, gint status, gpointer watch) {
-        auto* own = static_cast<Watch*>(watch);
-        own->function(child, status, own->data);
-        delete own;
-        exit_statuses.push_back(status);
-      },
-      new Watch{function, data});
+pid_t __wrap_waitpid(pid_t pid, int* status, int options) {
+  int own = 0;
+  const pid_t collected = __real_waitpid(pid, &own, options);
+  if (collected > 0) exit_statuses.push_back(own);
+  if (status != nullptr) *status = own;
+  return collected;
 }
 
 namespace {
