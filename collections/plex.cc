@@ -2,6 +2,7 @@
 #include "collections/plex.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -9,6 +10,8 @@
 
 CPlex* CPlex::Create(CPlex*& head, unsigned int nMax, unsigned int cbElement) {
   RequireArg(nMax != 0 && cbElement != 0);
+  // Where sizes have 32 bits the product may not fit into one.
+  if (nMax > (SIZE_MAX - sizeof(CPlex)) / cbElement) throw std::bad_alloc();
   const std::size_t bytes = sizeof(CPlex) + std::size_t{nMax} * cbElement;
   void* block = ::operator new(bytes);
   memset(block, 0, bytes);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -20,20 +22,20 @@ std::size_t g_refusedSize = 0;
 
 }  // namespace
 
-extern "C" {
-void* __real__Znwm(std::size_t size);
-void* __wrap__Znwm(std::size_t size);
-
-void* __wrap__Znwm(std::size_t size) {
-  if (!g_refuse) {
-    void* block = __real__Znwm(size);
-    return g_used ? memset(block, 0xA5, size) : block;
+// In place of the library's own for this program, under whatever name it has there.
+void* operator new(std::size_t size) {
+  if (g_refuse) {
+    g_refuse = false;
+    g_refusedSize = size;
+    throw std::bad_alloc();
   }
-  g_refuse = false;
-  g_refusedSize = size;
-  throw std::bad_alloc();
+  void* block = malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return g_used ? memset(block, 0xA5, size) : block;
 }
-}
+
+void operator delete(void* block) noexcept { free(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { free(block); }
 
 namespace {
 
@@ -91,12 +93,22 @@ TEST(Plex, FreeingLeavesTheBlocksBeforeAlone) {
   last->FreeDataChain();  // the leak check sees what remains
 }
 
-TEST(Plex, SizesBeyond32BitsAreNotCut) {
+// The size that is asked for when a block of so many elements is refused; 0 when none is asked for,
+// as there is no such size.
+std::size_t RefusedSize(unsigned int count, unsigned int size) {
   CPlex* head = nullptr;
   g_refuse = true;
-  EXPECT_THROW(CPlex::Create(head, 0x10001, 0x10000), std::bad_alloc);
-  EXPECT_EQ(g_refusedSize, 0x100010008U);
+  g_refusedSize = 0;
+  EXPECT_THROW(CPlex::Create(head, count, size), std::bad_alloc);
+  g_refuse = false;
   EXPECT_EQ(head, nullptr);
+  return g_refusedSize;
+}
+
+TEST(Plex, SizesBeyond32BitsAreNotCut) {
+  const bool is_wide = sizeof(std::size_t) > 4;
+  EXPECT_EQ(RefusedSize(0x10001, 0x10000), is_wide ? 0x100010000U + sizeof(CPlex) : 0);
+  EXPECT_EQ(RefusedSize(0xFFFFFFFFU, 1), is_wide ? 0xFFFFFFFFU + uint64_t{sizeof(CPlex)} : 0);
 }
 
 }  // namespace
