@@ -35,6 +35,13 @@ constexpr unsigned char kAsnCounter = 0x41;
 constexpr unsigned char kAsnGauge = 0x42;
 constexpr unsigned char kAsnTimeTicks = 0x43;
 
+// How far the decoders read without a look at the counter. What they are given must be readable so
+// far, whatever it says: asn_parse_length and asn_parse_null from their cursor on, the decoders of
+// integers behind the bytes that the counter counts. All others read nothing behind those.
+constexpr int kAsnLengthReadAhead = 9;  // the first byte and 8 length bytes
+constexpr int kAsnNullReadAhead = 1 + kAsnLengthReadAhead;
+constexpr int kAsnIntReadAhead = 1;  // the sign of an integer without contents
+
 // ---- Encoders ----------------------------------------------------------------------------------
 
 // Writes the length field alone: one byte below 128, 81 and a byte below 256, else 82 and two
@@ -80,10 +87,11 @@ unsigned char* asn_build_sequence(unsigned char* data, int* remaining, unsigned 
 
 // ---- Decoders ----------------------------------------------------------------------------------
 
-// Reads the length field alone. It has no counter: up to 9 bytes must be readable at `data`. Fails
-// on the indefinite form (80) and on more than 8 length bytes.
+// Reads the length field alone. It has no counter: kAsnLengthReadAhead bytes must be readable at
+// `data`. Fails on the indefinite form (80) and on more than 8 length bytes.
 // Differs: of a long form of n bytes only the first n - 4 count, so that one of 1 to 4 bytes reads
-// as 0. Every decoder below inherits this: elements in the long form are as good as unreadable.
+// as 0 and one of 5 to 8 bytes by its first 1 to 4. Every decoder below inherits this: elements in
+// the long forms that devices use, of 1 to 4 bytes, are as good as unreadable.
 const unsigned char* asn_parse_length(const unsigned char* data, uint64_t* length);
 
 // Reads type and length and returns the cursor at the contents. Fails when the element does not
@@ -92,17 +100,17 @@ const unsigned char* asn_parse_header(const unsigned char* data, int* remaining,
                                       unsigned char* type);
 
 // Reads an element that must have the length 0. *remaining is not consulted but only lowered, and
-// may become negative: as with asn_parse_length, up to 10 bytes must be readable at `data`.
+// may become negative: kAsnNullReadAhead bytes must be readable at `data`.
 const unsigned char* asn_parse_null(const unsigned char* data, int* remaining, unsigned char* type);
 
 // Reads a signed integer of at most 8 contents bytes. `size` must be 8.
 // Differs: an integer without contents takes its sign from the byte that follows it in the buffer
-// (0 or -1). One byte behind *remaining must therefore be readable.
+// (0 or -1). kAsnIntReadAhead bytes behind *remaining must therefore be readable.
 const unsigned char* asn_parse_int(const unsigned char* data, int* remaining, unsigned char* type,
                                    int64_t* value, int size);
 
 // Reads an unsigned integer of at most 8 contents bytes, or 9 of which the first is 00. `size` must
-// be 8, and one byte behind *remaining must be readable, as for asn_parse_int.
+// be 8, and kAsnIntReadAhead bytes behind *remaining must be readable, as for asn_parse_int.
 // Differs: contents with the top bit set are extended by 32 one bits: 80 reads as 000000FFFFFFFF80.
 const unsigned char* asn_parse_unsigned_int(const unsigned char* data, int* remaining,
                                             unsigned char* type, uint64_t* value, int size);

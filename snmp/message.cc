@@ -14,9 +14,11 @@ constexpr int kVersionElement = 3;
 constexpr int kCommunityHeader = 2;
 constexpr int kSubIdentifierSize = static_cast<int>(sizeof(uint64_t));
 
-// The decoders look up to 10 bytes ahead of what they have checked; zeros behind the message keep
-// that inside the block, and make a zero-length integer at the very end read as 0.
+// Zeros behind the message keep what the decoders read ahead of the counter inside the block, and
+// make a zero-length integer at the very end read as 0.
 constexpr size_t kPadding = 16;
+static_assert(kPadding >= kAsnIntReadAhead && kPadding >= kAsnNullReadAhead &&
+              kPadding >= kAsnLengthReadAhead);
 
 // A buffer that is filled from its start. Every step returns false when it does not fit.
 class MessageWriter {

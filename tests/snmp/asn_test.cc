@@ -2,8 +2,6 @@
 #include "snmp/asn.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
@@ -463,26 +461,6 @@ TEST(AsnParseHeader, RefusesBadLengthFields) {
   EXPECT_FALSE(DecodeHeader("30 89 00 00 00 00 00 00 00 00 00", 11).ok);
 }
 
-// Bytes behind which no memory can be read.
-class LastBytes {
- public:
-  explicit LastBytes(const Bytes& bytes) : m_nPage(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
-    m_pPages = static_cast<unsigned char*>(
-        mmap(nullptr, 2 * m_nPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    mprotect(m_pPages + m_nPage, m_nPage, PROT_NONE);
-    m_pData = std::copy_backward(bytes.begin(), bytes.end(), m_pPages + m_nPage);
-  }
-  ~LastBytes() { munmap(m_pPages, 2 * m_nPage); }
-  LastBytes(const LastBytes&) = delete;
-  LastBytes& operator=(const LastBytes&) = delete;
-  const unsigned char* data() const { return m_pData; }
-
- private:
-  size_t m_nPage;
-  unsigned char* m_pPages;
-  unsigned char* m_pData;
-};
-
 TEST(AsnParseHeader, ReadsNothingBehindTheCounter) {
   const struct {
     const char* hex;
@@ -514,6 +492,67 @@ TEST(AsnParseNull, DoesNotConsultTheCounter) {
   EXPECT_TRUE(result.ok);
   EXPECT_EQ(result.remaining, -1);
   EXPECT_EQ(Decode(FromHex("05 81 07"), 0, asn_parse_null).remaining, -3);
+}
+
+TEST(AsnReadAhead, OfALengthEndsWhereTheHeaderSays) {
+  for (int first = 0; first <= 0xFF; ++first) {
+    Bytes bytes(kAsnLengthReadAhead);
+    bytes[0] = static_cast<unsigned char>(first);
+    const LastBytes last(bytes);
+    uint64_t length = 0;
+    const bool is_understood = asn_parse_length(last.data(), &length) != nullptr;
+    EXPECT_EQ(is_understood, first < 0x80 || (first > 0x80 && first <= 0x88)) << first;
+  }
+}
+
+TEST(AsnReadAhead, OfANullEndsWhereTheHeaderSays) {
+  for (int first = 0; first <= 0xFF; ++first) {
+    Bytes bytes(kAsnNullReadAhead);
+    bytes[1] = static_cast<unsigned char>(first);
+    const LastBytes last(bytes);
+    int remaining = 0;
+    unsigned char type = 0;
+    const bool is_understood = asn_parse_null(last.data(), &remaining, &type) != nullptr;
+    EXPECT_EQ(is_understood, first == 0 || (first > 0x80 && first <= 0x88)) << first;
+  }
+}
+
+// Elements cut off anywhere, with any length byte.
+TEST(AsnReadAhead, OfTheOthersEndsWhereTheHeaderSays) {
+  const Bytes behind(kAsnIntReadAhead, 0xFF);
+  for (int length_byte = 0; length_byte <= 0xFF; ++length_byte) {
+    Bytes bytes;
+    for (const int byte : {0x02, length_byte, 1, 0, 0, 0, 0, 0, 0, 0, 7, 7}) {
+      const auto size = static_cast<int>(bytes.size());
+      const LastBytes exact(bytes);
+      Bytes longer = bytes;
+      longer.insert(longer.end(), behind.begin(), behind.end());
+      const LastBytes padded(longer);
+      unsigned char type = 0;
+      int64_t number = 0;
+      uint64_t count = 0;
+      unsigned char text[16];
+      uint64_t oid[16];
+      int room = 16;
+      int left = size;
+      asn_parse_int(padded.data(), &left, &type, &number, 8);
+      EXPECT_GE(left, 0);
+      left = size;
+      asn_parse_unsigned_int(padded.data(), &left, &type, &count, 8);
+      EXPECT_GE(left, 0);
+      left = size;
+      asn_parse_header(exact.data(), &left, &type);
+      EXPECT_GE(left, 0);
+      left = size;
+      asn_parse_string(exact.data(), &left, &type, text, &room);
+      EXPECT_GE(left, 0);
+      room = 16;
+      left = size;
+      asn_parse_oid(exact.data(), &left, &type, oid, &room);
+      EXPECT_GE(left, 0);
+      bytes.push_back(static_cast<unsigned char>(byte));
+    }
+  }
 }
 
 // ---- Reading integers --------------------------------------------------------------------------

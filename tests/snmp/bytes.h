@@ -1,6 +1,10 @@
 // Bytes of the wire in tests: written as hex text, kept in blocks of their exact size.
 #pragma once
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <memory>
@@ -66,4 +70,24 @@ class ExactBlock {
  private:
   std::unique_ptr<unsigned char[]> m_pData;
   size_t m_nSize;
+};
+
+// Bytes behind which no memory can be read.
+class LastBytes {
+ public:
+  explicit LastBytes(const Bytes& bytes) : m_nPage(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
+    m_pPages = static_cast<unsigned char*>(
+        mmap(nullptr, 2 * m_nPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    mprotect(m_pPages + m_nPage, m_nPage, PROT_NONE);
+    m_pData = std::copy_backward(bytes.begin(), bytes.end(), m_pPages + m_nPage);
+  }
+  ~LastBytes() { munmap(m_pPages, 2 * m_nPage); }
+  LastBytes(const LastBytes&) = delete;
+  LastBytes& operator=(const LastBytes&) = delete;
+  const unsigned char* data() const { return m_pData; }
+
+ private:
+  size_t m_nPage;
+  unsigned char* m_pPages;
+  unsigned char* m_pData;
 };

@@ -357,17 +357,19 @@ TEST(SnmpAuthParse, RefusesACommunityAboveTheCapacity) {
 
 // ---- Values ------------------------------------------------------------------------------------
 
+int64_t IntegerOf(const variable_list& var) {
+  int64_t value = 0;
+  memcpy(&value, var.value, sizeof(value));
+  return value;
+}
+
 // The only variable of an answer that consists of one binding to this value element.
 class ParsedValue {
  public:
   explicit ParsedValue(const std::string& value) : m_pPdu(Parse(Response(Binding(value)))) {}
   bool ok() const { return m_pPdu != nullptr && CountVariables(*m_pPdu) == 1; }
   const variable_list& var() const { return *m_pPdu->variables; }
-  int64_t integer() const {
-    int64_t value = 0;
-    memcpy(&value, var().value, sizeof(value));
-    return value;
-  }
+  int64_t integer() const { return IntegerOf(var()); }
   uint64_t number() const { return static_cast<uint64_t>(integer()); }
   Ids oid() const {
     Ids ids(static_cast<size_t>(var().value_length) / sizeof(uint64_t));
@@ -483,7 +485,7 @@ TEST(SnmpParseValue, DoesNotStopTheNextBindingWhenItCannotBeDecoded) {
       Parse(Response(Binding("02 09 01 02 03 04 05 06 07 08 09") + Binding("02 01 05")));
   ASSERT_NE(pdu, nullptr);
   ASSERT_EQ(CountVariables(*pdu), 2);
-  EXPECT_EQ(pdu->variables->next->value[0], 5);
+  EXPECT_EQ(IntegerOf(*pdu->variables->next), 5);
 }
 
 TEST(SnmpParseValue, TakesAnEmptyIntegerAtTheVeryEndAsZero) {
@@ -605,11 +607,30 @@ TEST(SnmpParse, ReadsAShortAgentAddressInPart) {
 
 // ---- Damage ------------------------------------------------------------------------------------
 
+// An answer with a value of every type.
+const std::string kAllTypes =
+    Response(Element("30", "06 01 2B 02 02 01 00") + Element("30", "06 01 2B 04 02 61 62") +
+             Element("30", "06 01 2B 05 00") + Element("30", "06 01 2B 06 02 2B 06") +
+             Element("30", "06 01 2B 40 04 0A 4D 00 05") + Element("30", "06 01 2B 41 02 01 00") +
+             Element("30", "06 01 2B 42 02 01 00") + Element("30", "06 01 2B 44 02 01 00"));
+
 TEST(SnmpParseDamage, RefusesEveryTruncation) {
   const Bytes whole = FromHex(kAnswer);
   for (size_t size = 0; size < whole.size(); ++size) {
     EXPECT_EQ(ParseBytes({whole.begin(), whole.begin() + static_cast<long>(size)}), nullptr)
         << size;
+  }
+}
+
+// Whole or cut anywhere, also behind an integer without contents, whose sign is looked for there.
+TEST(SnmpParseDamage, ReadsNothingBehindTheMessage) {
+  for (const std::string& hex : {kAnswer, kAllTypes, Response(Binding("02 00"))}) {
+    const Bytes whole = FromHex(hex);
+    for (size_t size = 0; size <= whole.size(); ++size) {
+      const LastBytes last({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+      const SnmpPduPtr pdu(snmp_parse(last.data(), static_cast<int>(size), 0));
+      EXPECT_EQ(pdu != nullptr, size == whole.size()) << size;
+    }
   }
 }
 
@@ -631,13 +652,6 @@ TEST(SnmpParseDamage, RefusesEveryTruncationWhoseOuterLengthsFit) {
     }
   }
 }
-
-// An answer with a value of every type.
-const std::string kAllTypes =
-    Response(Element("30", "06 01 2B 02 02 01 00") + Element("30", "06 01 2B 04 02 61 62") +
-             Element("30", "06 01 2B 05 00") + Element("30", "06 01 2B 06 02 2B 06") +
-             Element("30", "06 01 2B 40 04 0A 4D 00 05") + Element("30", "06 01 2B 41 02 01 00") +
-             Element("30", "06 01 2B 42 02 01 00") + Element("30", "06 01 2B 44 02 01 00"));
 
 TEST(SnmpParseDamage, SurvivesEveryChangeOfOneByte) {
   const Bytes whole = FromHex(kAllTypes);
