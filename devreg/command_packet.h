@@ -17,8 +17,8 @@ struct UdpCommandPacket {
   int length;
 };
 
-// Makes the packet of a command; a sequence of 0 draws one. A negative length of the request counts
-// as short memory.
+// Makes the packet of a command; a sequence of 0 draws one. A length of the request that is
+// negative or too large for a packet whose length is an int counts as short memory.
 UdpCommandPacket BuildPacket(const UDPCOMMAND& request, int sequence);
 
 // Whether a reply has the sequence number of the packet. `reply` has kReplySize bytes, zeros behind

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 
 #include "app/debug_log.h"
 #include "devreg/command_packet.h"
@@ -20,6 +21,9 @@ constexpr int kCommandOffset = 15;
 constexpr int kLengthOffset = 16;
 constexpr int kStatusOffset = 17;
 constexpr int kDataOffset = 20;
+
+// The transport counts bytes in an int.
+constexpr int kMaxDataLength = std::numeric_limits<int>::max() - kDataOffset;
 
 constexpr int kMemoryError = -2;
 constexpr int kNoDataBuffer = -3;
@@ -38,7 +42,7 @@ unsigned char LowByte(int value) { return static_cast<unsigned char>(value & 0xF
 }  // namespace
 
 UdpCommandPacket BuildPacket(const UDPCOMMAND& request, int sequence) {
-  if (request.length < 0) return {nullptr, 0};
+  if (request.length < 0 || request.length > kMaxDataLength) return {nullptr, 0};
   const auto data_length = static_cast<size_t>(request.length);
   UdpCommandPacket packet{nullptr, kDataOffset + request.length};
   packet.bytes.reset(static_cast<unsigned char*>(malloc(kDataOffset + data_length)));

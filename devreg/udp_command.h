@@ -35,7 +35,7 @@ extern unsigned short udpCommandPort;
 // above 255 does not fit into the packet's count, which then holds its low byte. Returns
 //    0  when the datagram was handed to the socket, whether or not it could be sent
 //   -1  when there is no socket or the address is unknown
-//   -2  when memory is short or the request's length is negative
+//   -2  when memory is short or the request's length is negative or above 2^31 - 21
 int UdpCommandSend(const char* ipAddress, int sequence, UDPCOMMAND* request);
 
 // Sends a command and waits for its reply: up to 3 attempts of 3 seconds, each of which sends the
@@ -45,7 +45,7 @@ int UdpCommandSend(const char* ipAddress, int sequence, UDPCOMMAND* request);
 //     0  with the reply in *response; response->data is untouched when the reply has no data
 //  -101  when no attempt brought a reply
 //    -3  when the reply has data and response->data is null
-//    -2  when memory is short or the request's length is negative
+//    -2  when memory is short or the request's length is negative or above 2^31 - 21
 //    -1  on any other failure
 int UdpCommandSendResponse(char* ipAddress, UDPCOMMAND* request, UDPCOMMAND* response);
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +37,10 @@ int next_random = 0;
 
 size_t failing_malloc_size = 0;
 
+// Blocks of a gigabyte and more are refused, and the size of the last one noted.
+constexpr size_t kGigabyte = size_t{1} << 30;
+size_t huge_malloc_size = 0;
+
 // When not empty, the results of the exchanges, which are then not made.
 std::vector<int> exchange_results;
 size_t exchanges = 0;
@@ -68,6 +73,10 @@ int __wrap_rand() { return next_random; }
 
 void* __wrap_malloc(size_t size) {
   if (size == failing_malloc_size) return nullptr;
+  if (size >= kGigabyte) {
+    huge_malloc_size = size;
+    return nullptr;
+  }
   void* block = __real_malloc(size);
   // As memory that was used before.
   return block != nullptr ? memset(block, 0xA5, size) : nullptr;
@@ -138,7 +147,7 @@ TEST(UdpCommand, FieldsAreInOrder) {
   EXPECT_EQ(1u, offsetof(UDPCOMMAND, category));
   EXPECT_EQ(4u, offsetof(UDPCOMMAND, length));
   EXPECT_EQ(8u, offsetof(UDPCOMMAND, status));
-  EXPECT_EQ(16u, offsetof(UDPCOMMAND, data));
+  EXPECT_EQ(8 + sizeof(void*), offsetof(UDPCOMMAND, data)) << "aligned behind the status";
 }
 
 TEST(UdpCommand, PortsAre3892AtStart) {
@@ -219,6 +228,26 @@ TEST_F(UdpCommandTest, NegativeLengthOrShortMemorySendsNothing) {
   EXPECT_EQ(0, Send(scanner, 1));
   scanner.WaitFor(1);
   EXPECT_EQ(1u, scanner.Log().size());
+}
+
+// A packet of more bytes than an int counts is not even tried.
+TEST_F(UdpCommandTest, LengthThatIsTooLargeForAPacketSendsNothing) {
+  Host scanner(Here("127.0.0.1"));
+  const struct {
+    int length;
+    size_t asked_for;
+  } kCases[] = {{INT_MAX - 20, INT_MAX}, {INT_MAX - 19, 0}, {INT_MAX, 0}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.length);
+    m_Request.length = c.length;
+    huge_malloc_size = 0;
+    EXPECT_EQ(-2, Send(scanner, 1));
+    EXPECT_EQ(c.asked_for, huge_malloc_size);
+    huge_malloc_size = 0;
+    EXPECT_EQ(-2, SendResponse(scanner));
+    EXPECT_EQ(c.asked_for, huge_malloc_size);
+  }
+  EXPECT_EQ(0u, exchanges);
 }
 
 TEST_F(UdpCommandTest, UnresolvableAddressFailsWithoutADatagram) {
