@@ -14,6 +14,7 @@
 #include "collections/ob_array.h"
 #include "collections/word_array.h"
 #include "tests/collections/thrown_text.h"
+#include "tests/support/record_layout.h"
 #include "tests/support/vtable_slot.h"
 
 namespace {
@@ -359,18 +360,18 @@ TYPED_TEST(ArrayTest, CopyOfAnEmptyArrayReleasesTheStorage) {
 }
 
 TYPED_TEST(ArrayTest, FieldsFollowTheVirtualTableInOrder) {
-  if (sizeof(void*) != 8) FAIL() << "the offsets are those of 64-bit systems";
   const OpenedArray<TypeParam> array;
   const auto* start = reinterpret_cast<const char*>(static_cast<const TypeParam*>(&array));
   const auto offset = [start](const auto& field) {
     return reinterpret_cast<const char*>(&field) - start;
   };
   EXPECT_EQ(reinterpret_cast<const char*>(static_cast<const CObject*>(&array)), start);
-  EXPECT_EQ(offset(array.m_pData), 8);
-  EXPECT_EQ(offset(array.m_nSize), 16);
-  EXPECT_EQ(offset(array.m_nMaxSize), 20);
-  EXPECT_EQ(offset(array.m_nGrowBy), 24);
-  EXPECT_EQ(sizeof(TypeParam), 32U);
+  constexpr int kPointer = sizeof(void*);
+  EXPECT_EQ(offset(array.m_pData), kPointer);
+  EXPECT_EQ(offset(array.m_nSize), 2 * kPointer);
+  EXPECT_EQ(offset(array.m_nMaxSize), 2 * kPointer + 4);
+  EXPECT_EQ(offset(array.m_nGrowBy), 2 * kPointer + 8);
+  EXPECT_EQ(sizeof(TypeParam), NextPlaceFor<void*>(2 * kPointer + 12));
 }
 
 TYPED_TEST(ArrayTest, HasNoVirtualOperationButItsDestructors) {

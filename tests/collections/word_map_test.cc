@@ -16,6 +16,7 @@
 
 #include "collections/map_word_to_ob.h"
 #include "collections/map_word_to_ptr.h"
+#include "tests/support/record_layout.h"
 #include "tests/support/vtable_slot.h"
 
 namespace {
@@ -394,27 +395,27 @@ TYPED_TEST(WordMapTest, BehavesAsAMapOverManyInsertionsAndRemovals) {
 }
 
 TYPED_TEST(WordMapTest, FieldsFollowTheVirtualTableInOrder) {
-  if (sizeof(void*) != 8) FAIL() << "the offsets are those of 64-bit systems";
   OpenedMap<TypeParam> map;
   const auto* start = reinterpret_cast<const char*>(static_cast<const TypeParam*>(&map));
   const auto offset = [start](const auto& field) {
     return reinterpret_cast<const char*>(&field) - start;
   };
   EXPECT_EQ(reinterpret_cast<const char*>(static_cast<const CObject*>(&map)), start);
-  EXPECT_EQ(offset(map.m_pHashTable), 8);
-  EXPECT_EQ(offset(map.m_nHashTableSize), 16);
-  EXPECT_EQ(offset(map.m_nCount), 20);
-  EXPECT_EQ(offset(map.m_pFreeList), 24);
-  EXPECT_EQ(offset(map.m_pBlocks), 32);
-  EXPECT_EQ(offset(map.m_nBlockSize), 40);
-  EXPECT_EQ(sizeof(TypeParam), 48U);
+  constexpr int kPointer = sizeof(void*);
+  EXPECT_EQ(offset(map.m_pHashTable), kPointer);
+  EXPECT_EQ(offset(map.m_nHashTableSize), 2 * kPointer);
+  EXPECT_EQ(offset(map.m_nCount), 2 * kPointer + 4);
+  EXPECT_EQ(offset(map.m_pFreeList), 2 * kPointer + 8);
+  EXPECT_EQ(offset(map.m_pBlocks), 3 * kPointer + 8);
+  EXPECT_EQ(offset(map.m_nBlockSize), 4 * kPointer + 8);
+  EXPECT_EQ(sizeof(TypeParam), NextPlaceFor<void*>(4 * kPointer + 12));
 
   using Assoc = typename OpenedMap<TypeParam>::CAssoc;
   static_assert(std::is_standard_layout_v<Assoc>);
   EXPECT_EQ(offsetof(Assoc, pNext), 0U);
-  EXPECT_EQ(offsetof(Assoc, value), 8U);
-  EXPECT_EQ(offsetof(Assoc, key), 16U);
-  EXPECT_EQ(sizeof(Assoc), 24U);
+  EXPECT_EQ(offsetof(Assoc, value), sizeof(void*));
+  EXPECT_EQ(offsetof(Assoc, key), 2 * sizeof(void*));
+  EXPECT_EQ(sizeof(Assoc), 3 * sizeof(void*));
 }
 
 TYPED_TEST(WordMapTest, HasNoVirtualOperationButItsDestructors) {

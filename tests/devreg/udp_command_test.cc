@@ -14,6 +14,7 @@
 #include "tests/support/debug_lines.h"
 #include "tests/support/fake_network.h"
 #include "tests/support/line_numbers.h"
+#include "tests/support/record_layout.h"
 
 using fake_network::Always;
 using fake_network::Bytes;
@@ -144,10 +145,10 @@ class UdpCommandTest : public ::testing::Test {
 
 TEST(UdpCommand, FieldsAreInOrder) {
   EXPECT_EQ(0u, offsetof(UDPCOMMAND, command));
-  EXPECT_EQ(1u, offsetof(UDPCOMMAND, category));
-  EXPECT_EQ(4u, offsetof(UDPCOMMAND, length));
-  EXPECT_EQ(8u, offsetof(UDPCOMMAND, status));
-  EXPECT_EQ(8 + sizeof(void*), offsetof(UDPCOMMAND, data)) << "aligned behind the status";
+  EXPECT_TRUE(FOLLOWS(UDPCOMMAND, command, category));
+  EXPECT_TRUE(FOLLOWS(UDPCOMMAND, category, length));
+  EXPECT_TRUE(FOLLOWS(UDPCOMMAND, length, status));
+  EXPECT_TRUE(FOLLOWS(UDPCOMMAND, status, data));
 }
 
 TEST(UdpCommand, PortsAre3892AtStart) {

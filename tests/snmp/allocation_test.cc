@@ -192,8 +192,9 @@ TEST(SnmpAllocation, LeavesNewRecordsAndNodesAsTheyCome) {
   snmp_pdu* pdu = get_pdu_memory();
   packet_data_list* node = get_packet_data_list_mem();
   EXPECT_EQ(static_cast<unsigned>(pdu->version), 0xA5A5A5A5U);
-  EXPECT_EQ(reinterpret_cast<uintptr_t>(node->next), 0xA5A5A5A5A5A5A5A5U);
-  EXPECT_EQ(reinterpret_cast<uintptr_t>(node->data), 0xA5A5A5A5A5A5A5A5U);
+  const auto pattern = static_cast<uintptr_t>(0xA5A5A5A5A5A5A5A5U);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(node->next), pattern);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(node->data), pattern);
   free(pdu);
   free(node);
 }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "tests/snmp/bytes.h"
+#include "tests/support/record_layout.h"
 
 namespace {
 
@@ -20,34 +21,34 @@ const std::string kSysNameElement = "06 08 2B 06 01 02 01 01 05 00 ";
 // ---- Layout of the records ---------------------------------------------------------------------
 
 static_assert(offsetof(snmp_pdu, version) == 0);
-static_assert(offsetof(snmp_pdu, source_address) == 8);
-static_assert(offsetof(snmp_pdu, owned_buffers) == 16);
-static_assert(offsetof(snmp_pdu, community) == 40);
-static_assert(offsetof(snmp_pdu, community_length) == 48);
-static_assert(offsetof(snmp_pdu, pdu_type) == 52);
-static_assert(offsetof(snmp_pdu, request_id) == 56);
-static_assert(offsetof(snmp_pdu, error_status) == 60);
-static_assert(offsetof(snmp_pdu, error_index) == 64);
-static_assert(offsetof(snmp_pdu, agent_address) == 68);
-static_assert(offsetof(snmp_pdu, enterprise) == 72);
-static_assert(offsetof(snmp_pdu, enterprise_length) == 80);
-static_assert(offsetof(snmp_pdu, generic_trap) == 84);
-static_assert(offsetof(snmp_pdu, specific_trap) == 88);
-static_assert(offsetof(snmp_pdu, time_stamp) == 96);
-static_assert(offsetof(snmp_pdu, variables) == 104);
+static_assert(FOLLOWS(snmp_pdu, version, source_address));
+static_assert(FOLLOWS(snmp_pdu, source_address, owned_buffers));
+static_assert(FOLLOWS(snmp_pdu, owned_buffers, community));
+static_assert(FOLLOWS(snmp_pdu, community, community_length));
+static_assert(FOLLOWS(snmp_pdu, community_length, pdu_type));
+static_assert(FOLLOWS(snmp_pdu, pdu_type, request_id));
+static_assert(FOLLOWS(snmp_pdu, request_id, error_status));
+static_assert(FOLLOWS(snmp_pdu, error_status, error_index));
+static_assert(FOLLOWS(snmp_pdu, error_index, agent_address));
+static_assert(FOLLOWS(snmp_pdu, agent_address, enterprise));
+static_assert(FOLLOWS(snmp_pdu, enterprise, enterprise_length));
+static_assert(FOLLOWS(snmp_pdu, enterprise_length, generic_trap));
+static_assert(FOLLOWS(snmp_pdu, generic_trap, specific_trap));
+static_assert(FOLLOWS(snmp_pdu, specific_trap, time_stamp));
+static_assert(FOLLOWS(snmp_pdu, time_stamp, variables));
 static_assert(sizeof(snmp_pdu::source_address) == 8 && sizeof(snmp_pdu::pdu_type) == 1);
 static_assert(sizeof(snmp_pdu::agent_address) == 4 && sizeof(snmp_pdu::time_stamp) == 8);
 
 static_assert(offsetof(variable_list, next) == 0);
-static_assert(offsetof(variable_list, name) == 8);
-static_assert(offsetof(variable_list, name_length) == 16);
-static_assert(offsetof(variable_list, type) == 20);
-static_assert(offsetof(variable_list, value) == 24);
-static_assert(offsetof(variable_list, value_length) == 32);
+static_assert(FOLLOWS(variable_list, next, name));
+static_assert(FOLLOWS(variable_list, name, name_length));
+static_assert(FOLLOWS(variable_list, name_length, type));
+static_assert(FOLLOWS(variable_list, type, value));
+static_assert(FOLLOWS(variable_list, value, value_length));
 
 static_assert(offsetof(snmp_pdu_list, next) == 0);
-static_assert(offsetof(snmp_pdu_list, pdu) == 8);
-static_assert(sizeof(snmp_pdu_list) == 16);
+static_assert(FOLLOWS(snmp_pdu_list, next, pdu));
+static_assert(sizeof(snmp_pdu_list) == 2 * sizeof(void*));
 
 TEST(SnmpPduTypes, AreThoseOfTheProtocol) {
   EXPECT_EQ(kPduGet, 0xA0);

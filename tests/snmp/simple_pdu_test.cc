@@ -10,6 +10,7 @@
 
 #include "tests/snmp/bytes.h"
 #include "tests/snmp/message_bytes.h"
+#include "tests/support/record_layout.h"
 
 namespace {
 
@@ -18,40 +19,40 @@ using Ids = std::vector<uint64_t>;
 // ---- Layout of the records ---------------------------------------------------------------------
 
 static_assert(offsetof(snmp_simple_pdu, source_address) == 0);
-static_assert(offsetof(snmp_simple_pdu, pdu_type) == 8);
-static_assert(offsetof(snmp_simple_pdu, community) == 9);
-static_assert(offsetof(snmp_simple_pdu, error_status) == 140);
-static_assert(offsetof(snmp_simple_pdu, error_index) == 144);
-static_assert(offsetof(snmp_simple_pdu, variable_count) == 148);
-static_assert(offsetof(snmp_simple_pdu, variables) == 152);
+static_assert(FOLLOWS(snmp_simple_pdu, source_address, pdu_type));
+static_assert(FOLLOWS(snmp_simple_pdu, pdu_type, community));
+static_assert(FOLLOWS(snmp_simple_pdu, community, error_status));
+static_assert(FOLLOWS(snmp_simple_pdu, error_status, error_index));
+static_assert(FOLLOWS(snmp_simple_pdu, error_index, variable_count));
+static_assert(FOLLOWS(snmp_simple_pdu, variable_count, variables));
 static_assert(sizeof(snmp_simple_pdu::source_address) == 8);
 static_assert(sizeof(snmp_simple_pdu::community) == 128);
 
 static_assert(offsetof(simple_variable, name) == 0);
-static_assert(offsetof(simple_variable, type) == 256);
-static_assert(offsetof(simple_variable, value) == 257);
-static_assert(offsetof(simple_variable, value_length) == 1796);
+static_assert(FOLLOWS(simple_variable, name, type));
+static_assert(FOLLOWS(simple_variable, type, value));
+static_assert(FOLLOWS(simple_variable, value, value_length));
 static_assert(sizeof(simple_variable::value) == 1536);
 static_assert(sizeof(simple_variable) == 1800);
 
 static_assert(offsetof(packet_data, sender_address) == 0);
-static_assert(offsetof(packet_data, data) == 8);
-static_assert(offsetof(packet_data, length) == 1544);
+static_assert(FOLLOWS(packet_data, sender_address, data));
+static_assert(FOLLOWS(packet_data, data, length));
 static_assert(sizeof(packet_data::data) == 1536);
 
 static_assert(offsetof(packet_data_list, next) == 0);
-static_assert(offsetof(packet_data_list, data) == 8);
-static_assert(sizeof(packet_data_list) == 16);
+static_assert(FOLLOWS(packet_data_list, next, data));
+static_assert(sizeof(packet_data_list) == 2 * sizeof(void*));
 
 static_assert(offsetof(snmp_get_param, name) == 0);
-static_assert(offsetof(snmp_get_param, reserved) == 256);
-static_assert(offsetof(snmp_get_param, value_length) == 260);
-static_assert(offsetof(snmp_get_param, value) == 264);
+static_assert(FOLLOWS(snmp_get_param, name, reserved));
+static_assert(FOLLOWS(snmp_get_param, reserved, value_length));
+static_assert(FOLLOWS(snmp_get_param, value_length, value));
 
 static_assert(offsetof(snmp_next_param, name) == 0);
-static_assert(offsetof(snmp_next_param, next_name) == 256);
-static_assert(offsetof(snmp_next_param, value_length) == 512);
-static_assert(offsetof(snmp_next_param, value) == 520);
+static_assert(FOLLOWS(snmp_next_param, name, next_name));
+static_assert(FOLLOWS(snmp_next_param, next_name, value_length));
+static_assert(FOLLOWS(snmp_next_param, value_length, value));
 
 TEST(SnmpResultCodes, AreThoseThatCallersTest) {
   EXPECT_EQ(RET_SNMP_ERROR, -1);
