@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/snmp_answer.h"
@@ -56,6 +58,9 @@ bool no_slots = false;
 int sent_type = -1;
 int sent_length = -1;
 
+// What was released and given back, in that order: "answers" and "memory".
+std::vector<std::string> released;
+
 bool IsDue(int* countdown) { return *countdown > 0 && --*countdown == 0; }
 
 }  // namespace
@@ -72,8 +77,11 @@ int __wrap__Z20snmp_standard2simplePK8snmp_pduP15snmp_simple_pdu(const snmp_pdu*
                                                                  snmp_simple_pdu* simple);
 snmp_pdu* __real__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
 snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* simple);
+void __real__Z18free_snmp_pdu_listP13snmp_pdu_list(snmp_pdu_list* list);
+void __wrap__Z18free_snmp_pdu_listP13snmp_pdu_list(snmp_pdu_list* list);
 void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
+int __wrap_malloc_trim(size_t pad) noexcept;
 }
 
 snmp_simple_pdu* __wrap__Z21get_simple_pdu_memoryii(int count, int slots) {
@@ -98,6 +106,16 @@ snmp_pdu* __wrap__Z20snmp_simple2standardP15snmp_simple_pdu(snmp_simple_pdu* sim
   sent_type = simple->variables[0].type;
   sent_length = simple->variables[0].value_length;
   return __real__Z20snmp_simple2standardP15snmp_simple_pdu(simple);
+}
+
+void __wrap__Z18free_snmp_pdu_listP13snmp_pdu_list(snmp_pdu_list* list) {
+  released.push_back("answers");
+  __real__Z18free_snmp_pdu_listP13snmp_pdu_list(list);
+}
+
+int __wrap_malloc_trim(size_t /*pad*/) noexcept {
+  released.push_back("memory");
+  return 0;
 }
 
 void* __wrap_calloc(size_t count, size_t size) {
@@ -618,6 +636,13 @@ TEST_F(ManyTest, ShortMemoryForADecodedRecordEndsTheList) {
   failing_calloc = 3;
   EXPECT_EQ(0, Ask(256));
   EXPECT_EQ(2, m_iCount);
+}
+
+TEST_F(ManyTest, AnswersAreReleasedBeforeFreedMemoryIsGivenBack) {
+  Host office(Office("0.0.0.0", 161), From({"10.77.0.70", "10.77.0.66"}));
+  released.clear();
+  EXPECT_EQ(0, Ask(256));
+  EXPECT_EQ((std::vector<std::string>{"answers", "memory"}), released);
 }
 
 TEST_F(ManyTest, CancelledGatheringReleasesEverything) {

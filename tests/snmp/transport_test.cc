@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "snmp/udp_socket.h"
 #include "tests/support/cancelled_thread.h"
@@ -71,6 +73,35 @@ class Receiver {
 
  private:
   int m_iSocket;
+};
+
+void AllowManyDescriptors() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = 2 * FD_SETSIZE;
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
+}
+
+// Takes all descriptors that fit into an fd_set.
+class ManyDescriptors {
+ public:
+  ManyDescriptors() {
+    AllowManyDescriptors();
+    for (int fd = 0; fd < FD_SETSIZE;) {
+      fd = eventfd(0, 0);
+      m_Taken.push_back(fd);
+      if (fd < 0) break;
+    }
+    EXPECT_EQ(FD_SETSIZE, m_Taken.back());
+  }
+  ~ManyDescriptors() {
+    for (const int fd : m_Taken) close(fd);
+  }
+  ManyDescriptors(const ManyDescriptors&) = delete;
+  ManyDescriptors& operator=(const ManyDescriptors&) = delete;
+
+ private:
+  std::vector<int> m_Taken;
 };
 
 // Lets no further descriptor be opened.
@@ -156,10 +187,7 @@ TEST(Transport, TimeOutOfASelectIsAFailure) {
 
 // An fd_set has room for the descriptors below 1024.
 TEST(Transport, RefusesToWaitOnADescriptorThatNoSetCanHold) {
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = 2048;
-  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
+  AllowManyDescriptors();
   const Receiver receiver;
   receiver.Send(Hex("01"));
   const int high = fcntl(receiver.Get(), F_DUPFD, FD_SETSIZE);
@@ -289,6 +317,21 @@ TEST_F(CommandPortTest, FailsWithoutASocket) {
   EXPECT_EQ(-1, udp_send("127.0.0.1", 3, m_Command.data(), 6));
   EXPECT_EQ(-1, udp_send_rev("127.0.0.1", 3, m_Command.data(), 6, answer, &length));
   EXPECT_EQ(nullptr, net_send_rev("127.0.0.1", 3, m_Command.data(), 6));
+}
+
+// With 1024 files open a socket gets a descriptor that no fd_set holds.
+TEST_F(CommandPortTest, WithSoManyFilesOpenTheDatagramIsSentAndTheWaitFailsAtOnce) {
+  Host scanner(Here("127.0.0.1"), Always(Hex("01 02 03")));
+  const ManyDescriptors many;
+  unsigned char answer[8] = {0xEE};
+  int length = sizeof(answer);
+  const Stopwatch watch;
+  EXPECT_EQ(-1, Exchange(scanner, 20, answer, &length));
+  EXPECT_LT(watch.Seconds(), 10);
+  EXPECT_EQ(1u, scanner.WaitFor(1).size());
+  EXPECT_EQ(0xEE, answer[0]);
+  EXPECT_EQ(0, Exchange(scanner, 0, answer, &length)) << "nothing is waited for with a set";
+  EXPECT_EQ(3, length);
 }
 
 TEST_F(CommandPortTest, TakesTheAnswerAndClearsTheRestOfTheBuffer) {
