@@ -2,7 +2,7 @@
 //
 // All functions are called on the GTK main thread and block it until their exchange is over. A
 // registration that a silent scanner never answers takes 9 seconds, one that a scanner puts off
-// with late replies up to 27.
+// with late replies up to 27. Nothing throws when memory is short.
 #pragma once
 
 #include <netinet/in.h>

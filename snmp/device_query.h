@@ -3,7 +3,7 @@
 // Each function sends one GET with the community "public" to `address` (IPv4 address or host name)
 // and waits up to 3 seconds for the answer. The result is that of snmp_get; on any but 0 the
 // caller's buffer keeps its contents. The functions keep no state and may be called from any
-// thread; the wait is a cancellation point (pthread_cancel).
+// thread; the wait is a cancellation point (pthread_cancel). Nothing throws when memory is short.
 #pragma once
 
 // The objects asked for. The maker's stand below its own enterprise number.

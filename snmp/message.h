@@ -2,7 +2,7 @@
 //
 // Records and everything that they point to are allocated with malloc and released with free;
 // whoever receives a record owns it. The functions write no messages and keep no state: they may be
-// called from any thread.
+// called from any thread. A shortage of memory is a null or negative result, never an exception.
 #pragma once
 
 #include <cstdint>
@@ -87,7 +87,7 @@ using SnmpPduListPtr = std::unique_ptr<snmp_pdu_list, SnmpPduListDeleter>;
 // counts the PDU of `pdu_length` bytes that the caller writes behind it; *remaining is lowered only
 // by what is written here. Returns the cursor after the community, or null when it does not fit.
 // Differs: the header allows 2 bytes for the header of the community and 3 for the version, and is
-// one short for a community of 128 to 255 bytes.
+// one short for a community of 128 to 255 bytes and two short for a longer one.
 unsigned char* snmp_auth_build(unsigned char* data, int* remaining, const unsigned char* community,
                                const int* community_length, const int64_t* version, int pdu_length);
 
@@ -132,6 +132,7 @@ const unsigned char* snmp_parse_var_op(const unsigned char* data, int* remaining
 // Reads a message of `length` bytes that came from `source_address` (IPv4, network byte order).
 // Returns a new record that the caller owns, or null. Never reads outside the message. The PDU type
 // and the request id are stored, not compared; bytes behind the message are ignored.
-// Differs: only messages in the short length form are understood (at most 127 contents bytes), see
-// asn_parse_length.
+// Differs: lengths in a long form of 1 to 4 bytes read as 0, see asn_parse_length. A message whose
+// contents exceed 127 bytes is therefore understood only when it and what it consists of have no
+// lengths but short ones and such of 5 to 8 bytes, which no device writes.
 snmp_pdu* snmp_parse(const unsigned char* data, int length, uint64_t source_address);

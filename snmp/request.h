@@ -7,8 +7,8 @@
 //
 // The functions keep no state and may be called from any thread; request ids come from the C
 // library's rand(). Every wait is a cancellation point (pthread_cancel) and an unwinding thread
-// releases its socket and records. Error lines go to standard error whatever the debug switches
-// say.
+// releases its socket and records. Nothing throws when memory is short. Error lines go to standard
+// error whatever the debug switches say.
 #pragma once
 
 #include "snmp/message.h"

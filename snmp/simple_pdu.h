@@ -3,7 +3,8 @@
 //
 // Records are allocated with calloc or malloc and released with the function named beside each. The
 // functions write no messages. They may be called from any thread; snmp_simple2standard draws from
-// the C library's rand(), which all threads share.
+// the C library's rand(), which all threads share. A shortage of memory is a null result, never an
+// exception.
 #pragma once
 
 #include <cstdint>

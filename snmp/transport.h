@@ -9,7 +9,11 @@
 //
 // The functions keep no state and may be called from any thread. The ones that wait are
 // cancellation points (pthread_cancel): the thread then ends with its socket closed and its memory
-// released.
+// released. A shortage of memory is a failure like others, never an exception.
+//
+// The waits use select(2), whose sets hold the descriptors below 1024 (FD_SETSIZE). In a process
+// that has all of these open the datagram is still sent, and the wait for the answer then fails at
+// once, with errno EBADF.
 #pragma once
 
 #include <netinet/in.h>
@@ -42,7 +46,7 @@ void net_close(int socket);
 int net_resolve(const char* address, in_addr* result);
 
 // Waits until the socket is readable. Returns 0 when it is, -1 after `seconds` without a datagram
-// and on error (descriptors that do not fit into an fd_set included).
+// and on error, which a descriptor that is negative or from 1024 on is too.
 int net_select(int socket, unsigned int seconds);
 
 // The same wait, with the result of select(2): negative on error, 0 on time-out, else positive.

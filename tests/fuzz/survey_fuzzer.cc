@@ -20,10 +20,14 @@ using fake_socket::Arrival;
 using fuzz::Bytes;
 using fuzz::Require;
 
-constexpr size_t kMostText = 60;           // so that an answer has a length of one byte
-constexpr uint32_t kScanner = 0x40004D0A;  // 10.77.0.64
-constexpr uint16_t kPort = 0xA100;         // 161
+constexpr size_t kMostText = 60;  // so that an answer has a length of one byte
+constexpr uint16_t kPort = 161;
 constexpr size_t kBroadcastAnswers = 3;
+
+// 10.77.0.64 and those that follow, in network byte order.
+uint32_t Scanner(size_t number = 0) {
+  return htonl(0x0A4D0000 | ((0x40 + static_cast<uint32_t>(number)) & 0xFF));
+}
 
 struct FreeMachines {
   void operator()(MACHINEINFO* machines) const { free(machines); }
@@ -81,12 +85,12 @@ void TryTexts(fuzz::Input* input) {
   for (Bytes& text : texts) text = input->Take(input->Byte() % (kMostText + 1));
   size_t asked = 0;
   const auto answer = [&](const Bytes&, uint32_t to, uint16_t port) -> std::deque<Arrival> {
-    Require(port == kPort, "requests go to port 161");
+    Require(port == htons(kPort), "requests go to port 161");
     // A stranger comes first, with something that is no answer.
     if (to == INADDR_BROADCAST)
-      return {{false, ~kScanner, {0x30}}, {false, kScanner, TextAnswer({})}};
-    Require(to == kScanner && asked < texts.size(), "the scanner is asked three questions");
-    return {{false, kScanner, TextAnswer(texts[asked++])}};
+      return {{false, ~Scanner(), {0x30}}, {false, Scanner(), TextAnswer({})}};
+    Require(to == Scanner() && asked < texts.size(), "the scanner is asked three questions");
+    return {{false, Scanner(), TextAnswer(texts[asked++])}};
   };
   const std::vector<MACHINEINFO> machines = Survey(answer);
   Require(asked == 3 && machines.size() == 1, "a scanner that answers is listed");
@@ -114,7 +118,7 @@ void TryDatagrams(fuzz::Input* input) {
     if (!is_broadcast) ++questions;
     const size_t most = is_broadcast ? kBroadcastAnswers : 1;
     while (arrivals.size() < most && input->Left() > 0) {
-      arrivals.push_back(take(kScanner + (static_cast<uint32_t>(arrivals.size()) << 24)));
+      arrivals.push_back(take(Scanner(arrivals.size())));
     }
     return arrivals;
   };

@@ -5,6 +5,8 @@
 // none), then for each of three attempts what arrives: 0 nothing, 1 a failure, 2 the command
 // itself, else a datagram, of which the sequence number is made the right one when it is odd; its
 // length (2 bytes) and its bytes.
+#include <arpa/inet.h>
+
 #include "devreg/udp_command.h"
 #include "tests/fuzz/fake_socket.h"
 #include "tests/fuzz/formatting_sink.h"
@@ -146,7 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   UDPCOMMAND response{0, 0, exchange.room, 0, has_buffer ? room.data() : nullptr};
   fake_socket::Start(
       [&](const Bytes& sent, uint32_t, uint16_t port) {
-        Require(port == 0x340F, "commands go to port 3892");
+        Require(port == htons(3892), "commands go to port 3892");
         return Answer(&exchange, sent);
       },
       exchange.sequence);

@@ -402,11 +402,15 @@ TEST(SnmpAuthBuild, WritesTheVersionThatItIsGiven) {
   EXPECT_EQ(BuildAuth(100, {}, 1, 0).bytes, Plain("30 82 00 05 02 01 01 04 00"));
 }
 
-TEST(SnmpAuthBuild, IsOneShortForCommunitiesOf128BytesAndMore) {
+TEST(SnmpAuthBuild, IsOneOrTwoShortForCommunitiesOf128BytesAndMore) {
   EXPECT_EQ(BuildAuth(200, Bytes(127, 0x41), 0, 10).bytes,
             Plain("30 82 00 8E 02 01 00 04 7F" + Repeat("41", 127)));
   EXPECT_EQ(BuildAuth(200, Bytes(128, 0x41), 0, 10).bytes,
             Plain("30 82 00 8F 02 01 00 04 81 80" + Repeat("41", 128)));
+  EXPECT_EQ(BuildAuth(300, Bytes(255, 0x41), 0, 10).bytes,
+            Plain("30 82 01 0E 02 01 00 04 81 FF" + Repeat("41", 255)));
+  EXPECT_EQ(BuildAuth(300, Bytes(256, 0x41), 0, 10).bytes,
+            Plain("30 82 01 0F 02 01 00 04 82 01 00" + Repeat("41", 256)));
 }
 
 TEST(SnmpAuthBuild, NeedsRoomForAllOfIt) {

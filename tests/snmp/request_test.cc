@@ -433,7 +433,7 @@ TEST_F(RequestTest, SendToOneDeviceGivesItsDatagram) {
   ASSERT_NE(nullptr, list->data);
   EXPECT_EQ(nullptr, list->next);
   EXPECT_EQ(2, list->data->length);
-  EXPECT_EQ(0x40004D0Au, list->data->sender_address);
+  EXPECT_EQ(htonl(0x0A4D0040), list->data->sender_address);
   ASSERT_EQ(1u, device.Log().size());
   EXPECT_EQ("30 00", ToHex(device.Log()[0].bytes));
 }
@@ -457,7 +457,7 @@ TEST_F(RequestTest, RecordsCarryTheSendersAddress) {
   request.pdu_type = 0xA0;
   const SnmpPduPtr answer(snmp_request(kDevice, 20, &request));
   ASSERT_NE(nullptr, answer);
-  EXPECT_EQ(0x40004D0Au, answer->source_address);
+  EXPECT_EQ(htonl(0x0A4D0040), answer->source_address);
   EXPECT_EQ(7, answer->request_id) << "request ids are not compared";
 }
 

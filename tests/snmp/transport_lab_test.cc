@@ -64,7 +64,7 @@ TEST_F(SnmpPortTest, SendsToPort161AndTakesTheAnswer) {
   EXPECT_EQ(nullptr, list->next);
   ASSERT_NE(nullptr, list->data);
   // The address bytes in memory order, in the low half of the field.
-  EXPECT_EQ(0x40004D0Au, list->data->sender_address);
+  EXPECT_EQ(htonl(0x0A4D0040), list->data->sender_address);
   EXPECT_EQ(4, list->data->length);
   EXPECT_EQ("30 82 AA 00 00", ToHex(Bytes(list->data->data, list->data->data + 5)));
   ASSERT_EQ(1u, device.Log().size());
@@ -82,7 +82,7 @@ TEST_F(SnmpPortTest, TakesTheAnswerOfAnyHost) {
   });
   const PacketDataListPtr list = Exchange("10.77.0.64", 20);
   ASSERT_NE(nullptr, list);
-  EXPECT_EQ(0x63004D0Au, list->data->sender_address);
+  EXPECT_EQ(htonl(0x0A4D0063), list->data->sender_address);
 }
 
 TEST_F(SnmpPortTest, DatagramIsCutAt1536Bytes) {
@@ -91,6 +91,14 @@ TEST_F(SnmpPortTest, DatagramIsCutAt1536Bytes) {
   ASSERT_NE(nullptr, list);
   EXPECT_EQ(1536, list->data->length);
   EXPECT_EQ(0x55, list->data->data[1535]);
+}
+
+TEST_F(SnmpPortTest, ZeroSecondsDoNotWait) {
+  Host device(Office("10.77.0.64", 161));
+  const Stopwatch watch;
+  EXPECT_EQ(nullptr, Exchange("10.77.0.64", 0));
+  EXPECT_LT(watch.Seconds(), 0.9);
+  EXPECT_EQ(1u, device.WaitFor(1).size());
 }
 
 TEST_F(SnmpPortTest, SilenceGivesNoList) {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -23,6 +24,7 @@ using fake_network::Bytes;
 using fake_network::Here;
 using fake_network::Hex;
 using fake_network::Host;
+using fake_network::Received;
 using fake_network::Stopwatch;
 using fake_network::ToHex;
 
@@ -397,6 +399,17 @@ TEST_F(CommandPortTest, WithoutRoomForAnAnswerNothingIsSent) {
   const auto log = scanner.WaitFor(1);
   ASSERT_EQ(1u, log.size());
   EXPECT_EQ("4D", ToHex(log[0].bytes));
+}
+
+TEST_F(CommandPortTest, ZeroSecondsWaitForEver) {
+  Host scanner(Here("127.0.0.1"), [](Host& host, const Received& request) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    host.Reply(request, Hex("01 02 03"));
+  });
+  unsigned char answer[8] = {};
+  int length = sizeof(answer);
+  EXPECT_EQ(0, Exchange(scanner, 0, answer, &length));
+  EXPECT_EQ(3, length);
 }
 
 TEST_F(CommandPortTest, SilenceIsTold) {
