@@ -83,6 +83,6 @@ function(veltrana_test name)
       "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=10")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
-      PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
+      DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
   endif()
 endfunction()
