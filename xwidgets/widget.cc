@@ -5,12 +5,40 @@
 
 namespace {
 
-// While Destroy runs, the widget carries its wrapper under this key.
-constexpr char kDestroyedBy[] = "my-xwidget-destroyed-by";
+// One running call of Destroy. GTK calls handlers of "destroy" meanwhile, which may delete the
+// object, or destroy this and other objects: calls nest, also for one object.
+class DestroyCall {
+ public:
+  explicit DestroyCall(const xWidget* object) : m_pObject(object), m_pOuter(s_pInnermost) {
+    s_pInnermost = this;
+  }
+  ~DestroyCall() { s_pInnermost = m_pOuter; }
+  DestroyCall(const DestroyCall&) = delete;
+  DestroyCall& operator=(const DestroyCall&) = delete;
+
+  // Whether the object that the call is for is still there.
+  bool HasObject() const { return m_pObject != nullptr; }
+
+  // Tells the calls for this object that it goes away.
+  static void Forget(const xWidget* object) {
+    for (DestroyCall* call = s_pInnermost; call != nullptr; call = call->m_pOuter) {
+      if (call->m_pObject == object) call->m_pObject = nullptr;
+    }
+  }
+
+ private:
+  inline static DestroyCall* s_pInnermost = nullptr;
+
+  const xWidget* m_pObject;
+  DestroyCall* m_pOuter;
+};
 
 }  // namespace
 
-xWidget::~xWidget() { UnAttach(); }
+xWidget::~xWidget() {
+  UnAttach();
+  DestroyCall::Forget(this);
+}
 
 xWidget* xWidget::CreateWith(GtkWidget* widget) {
   auto* wrapper = new xWidget(nullptr, kNoControlID);
@@ -30,7 +58,6 @@ void xWidget::UnAttach() {
     // The widget may live on in its container, and must not call an object that is gone.
     g_signal_handlers_disconnect_matched(m_pWidget, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr,
                                          this);
-    g_object_set_data(G_OBJECT(m_pWidget), kDestroyedBy, nullptr);
     gtk_object_unref(GTK_OBJECT(m_pWidget));
   }
   m_pWidget = nullptr;
@@ -40,10 +67,12 @@ void xWidget::Destroy() {
   if (m_pWidget == nullptr) return;
   GtkWidget* widget = m_pWidget;
   gtk_object_ref(GTK_OBJECT(widget));
-  g_object_set_data(G_OBJECT(widget), kDestroyedBy, this);
+  const DestroyCall call(this);
   gtk_widget_destroy(widget);
-  // A handler of "destroy" may have deleted this object; UnAttach has removed the mark then.
-  if (g_object_steal_data(G_OBJECT(widget), kDestroyedBy) != nullptr) m_pWidget = nullptr;
+  if (!call.HasObject()) return;
+  // A handler may have attached another widget, which would keep handlers of this object.
+  if (m_pWidget != widget) UnAttach();
+  m_pWidget = nullptr;
 }
 
 void xWidget::Show(int show) {

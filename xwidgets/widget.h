@@ -116,8 +116,9 @@ class xWidget {
 
   // Destroys the GTK widget without deleting this object, which has no widget afterwards. The
   // memory of the GTK object is kept for good: a reference is taken for it and none is dropped, so
-  // that code which still holds the pointer does not read freed memory. Does nothing without a
-  // widget.
+  // that code which still holds the pointer does not read freed memory. Handlers of "destroy" may
+  // delete this object or others, and call Destroy again; a widget that they attach is let go. Does
+  // nothing without a widget.
   void Destroy();
 
   // Queues a bare event of this type for the widget's window, marked as sent by a program.

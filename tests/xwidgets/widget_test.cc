@@ -1,6 +1,7 @@
 // Tests of the widget root, its notifications and the top-level window.
 #include "xwidgets/widget.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -355,6 +356,144 @@ TEST(WidgetDestroy, SurvivesADestroyHandlerThatDeletesTheObject) {
   EXPECT_EQ(2U, References(widget)) << "ours and the one that Destroy takes";
   g_object_unref(widget);
   g_object_unref(widget);
+}
+
+// Does something when its widget is destroyed.
+class ActingWindow : public xWindow {
+ public:
+  ActingWindow() : xWindow(nullptr) {}
+  void OnDestroy() override {
+    ++destroys;
+    if (act) act();
+  }
+
+  std::function<void()> act;
+  int destroys = 0;
+};
+
+// A window that is destroyed while a second object has its widget, and what is left afterwards.
+class WidgetDestroyOfTwo : public Test {
+ protected:
+  WidgetDestroyOfTwo()
+      : m_pFirst(std::make_unique<ActingWindow>()),
+        m_pWidget(m_pFirst->GetWidget()),
+        m_pSecond(xWidget::CreateWith(m_pWidget)) {
+    g_object_ref(m_pWidget);
+  }
+  ~WidgetDestroyOfTwo() override {
+    EXPECT_EQ(1U, References(m_pWidget)) << "ours is the last one";
+    g_object_unref(m_pWidget);
+  }
+
+  // Gives back references that Destroy has left for good.
+  void DropKept(int count) {
+    for (int i = 0; i < count; i++) g_object_unref(m_pWidget);
+  }
+
+  std::unique_ptr<ActingWindow> m_pFirst;
+  GtkWidget* m_pWidget;
+  std::unique_ptr<xWidget> m_pSecond;
+};
+
+TEST_F(WidgetDestroyOfTwo, TheSecondMayBeDeletedInsideIt) {
+  m_pFirst->act = [this] { m_pSecond.reset(); };
+  m_pFirst->Destroy();
+  EXPECT_EQ(nullptr, m_pFirst->GetWidget());
+  EXPECT_EQ(1, m_pFirst->destroys);
+  // Ours, GTK's is gone, the first object's, and the one that Destroy took.
+  ASSERT_EQ(3U, References(m_pWidget));
+  m_pFirst.reset();
+  EXPECT_EQ(3U, References(m_pWidget)) << "the object has no reference to drop any more";
+  DropKept(2);
+}
+
+TEST_F(WidgetDestroyOfTwo, TheSecondMayBeDestroyedInsideIt) {
+  m_pFirst->act = [this] { m_pSecond->Destroy(); };
+  m_pFirst->Destroy();
+  EXPECT_EQ(nullptr, m_pFirst->GetWidget());
+  EXPECT_EQ(nullptr, m_pSecond->GetWidget());
+  EXPECT_EQ(1, m_pFirst->destroys);
+  ASSERT_EQ(5U, References(m_pWidget)) << "each keeps its own and one more";
+  m_pFirst.reset();
+  m_pSecond.reset();
+  EXPECT_EQ(5U, References(m_pWidget));
+  DropKept(4);
+}
+
+TEST_F(WidgetDestroyOfTwo, TheFirstMayBeDeletedInsideTheDestructionOfTheSecond) {
+  m_pFirst->act = [this] { m_pFirst.reset(); };
+  m_pSecond->Destroy();
+  EXPECT_EQ(nullptr, m_pSecond->GetWidget());
+  ASSERT_EQ(3U, References(m_pWidget));
+  m_pSecond.reset();
+  EXPECT_EQ(3U, References(m_pWidget));
+  DropKept(2);
+}
+
+TEST_F(WidgetDestroyOfTwo, BothMayBeDeletedInsideIt) {
+  m_pFirst->act = [this] {
+    m_pSecond.reset();
+    m_pFirst.reset();
+  };
+  m_pFirst->Destroy();
+  ASSERT_EQ(2U, References(m_pWidget)) << "ours and the one that Destroy took";
+  DropKept(1);
+}
+
+TEST_F(WidgetDestroyOfTwo, TheSameMayBeDestroyedAgainInsideIt) {
+  m_pSecond.reset();
+  m_pFirst->act = [this] {
+    m_pFirst->Destroy();
+    EXPECT_EQ(nullptr, m_pFirst->GetWidget());
+  };
+  m_pFirst->Destroy();
+  EXPECT_EQ(nullptr, m_pFirst->GetWidget());
+  EXPECT_EQ(1, m_pFirst->destroys);
+  ASSERT_EQ(4U, References(m_pWidget)) << "the object's and one more for each call";
+  m_pFirst.reset();
+  EXPECT_EQ(4U, References(m_pWidget));
+  DropKept(3);
+}
+
+TEST_F(WidgetDestroyOfTwo, TheSameMayBeDestroyedAgainAndDeletedInsideIt) {
+  m_pSecond.reset();
+  m_pFirst->act = [this] {
+    m_pFirst->Destroy();
+    m_pFirst.reset();
+  };
+  m_pFirst->Destroy();
+  ASSERT_EQ(4U, References(m_pWidget));
+  DropKept(3);
+}
+
+TEST_F(WidgetDestroyOfTwo, WidgetAttachedInsideItIsLetGo) {
+  m_pSecond.reset();
+  GtkWidget* label = NewOwnedLabel();
+  m_pFirst->act = [&] {
+    m_pFirst->Attach(label);
+    EXPECT_EQ(2U, References(label));
+  };
+  m_pFirst->Destroy();
+  EXPECT_EQ(nullptr, m_pFirst->GetWidget());
+  EXPECT_EQ(1U, References(label));
+  g_object_unref(label);
+  ASSERT_EQ(2U, References(m_pWidget)) << "Attach has dropped the object's";
+  DropKept(1);
+}
+
+TEST_F(WidgetDestroyOfTwo, AnotherWidgetMayBeDestroyedInsideIt) {
+  m_pSecond.reset();
+  auto other = std::make_unique<ActingWindow>();
+  GtkWidget* otherWidget = other->GetWidget();
+  g_object_ref(otherWidget);
+  m_pFirst->act = [&] { other->Destroy(); };
+  other->act = [&] { m_pFirst.reset(); };
+  m_pFirst->Destroy();
+  EXPECT_EQ(nullptr, other->GetWidget());
+  EXPECT_EQ(3U, References(otherWidget));
+  for (int i = 0; i < 3; i++) g_object_unref(otherWidget);
+  ASSERT_EQ(2U, References(m_pWidget));
+  DropKept(1);
 }
 
 // --- operations on the widget -------------------------------------------------------------------
