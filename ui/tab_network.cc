@@ -74,11 +74,22 @@ const Viewer* FindViewer() {
   return nullptr;
 }
 
+// Whether there is a row for a key to select. GTK then says that the key is dealt with, otherwise
+// not, and the key goes on to what the list is in.
+bool HasRowUnderCursor(GtkTreeView* view) {
+  GtkTreePath* cursor = nullptr;
+  gtk_tree_view_get_cursor(view, &cursor, nullptr);
+  if (cursor == nullptr) return false;
+  gtk_tree_path_free(cursor);
+  return gtk_widget_has_focus(GTK_WIDGET(view)) != 0;
+}
+
 // Has the list report a selection that the keyboard changes where the cursor stands. GTK does not
 // count that as a change of the cursor, which is what the list hears of: when the Tab key leads to
-// the list, the cursor is on the first row already, and the space bar selects it. Returns that the
-// key is dealt with.
+// the list, the cursor is on the first row already, and the space bar selects it. Returns what GTK
+// returned, whose answer the one of a later handler replaces.
 gboolean ReportSelection(GtkTreeView* view) {
+  if (!HasRowUnderCursor(view)) return FALSE;
   g_signal_emit_by_name(view, "cursor-changed");
   return TRUE;
 }

@@ -691,11 +691,79 @@ TEST_F(ListByKeyboardTest, SpaceKeepsTheCursorWhereItIs) {
   EXPECT_TRUE(IsSensitive(Configure()));
 }
 
-TEST_F(ListByKeyboardTest, SpaceInAnEmptyListDoesNothing) {
+// Keys that the list leaves to what it is in.
+class PassedKeys {
+ public:
+  explicit PassedKeys(GtkWidget* list)
+      : m_pPage(gtk_widget_get_parent(list)),
+        m_nHandler(g_signal_connect(m_pPage, "key-press-event", G_CALLBACK(Keep), this)) {}
+  ~PassedKeys() { g_signal_handler_disconnect(m_pPage, m_nHandler); }
+  PassedKeys(const PassedKeys&) = delete;
+  PassedKeys& operator=(const PassedKeys&) = delete;
+
+  std::vector<guint> seen;
+
+ private:
+  static gboolean Keep(GtkWidget* /*page*/, GdkEventKey* event, PassedKeys* self) {
+    self->seen.push_back(event->keyval);
+    return FALSE;
+  }
+
+  GtkWidget* m_pPage;
+  gulong m_nHandler;
+};
+
+TEST_F(ListByKeyboardTest, KeysThatSelectNothingInAnEmptyListGoOn) {
   Focus({});
-  Press(GDK_KEY_space);
+  const gtk_test::SignalCount reports(TreeView(), "cursor-changed");
+  const PassedKeys passed(GTK_WIDGET(TreeView()));
+  Press(GDK_KEY_Return);
+  Press(GDK_KEY_space, GDK_CONTROL_MASK);
+  EXPECT_EQ((std::vector<guint>{GDK_KEY_Return, GDK_KEY_space}), passed.seen);
+  EXPECT_EQ(0, reports.Count());
   EXPECT_EQ(-1, DeviceList().GetCurSel());
   EXPECT_FALSE(IsSensitive(Configure()));
+}
+
+// The box that GTK opens at a list when a text is typed in it.
+GtkWidget* FindTypedSearch() {
+  for (GtkWidget* window : gtk_test::Toplevels()) {
+    const bool popup = GTK_WINDOW(window)->type == GTK_WINDOW_POPUP;
+    if (popup && gtk_widget_get_visible(window) != 0) return window;
+  }
+  return nullptr;
+}
+
+TEST_F(ListByKeyboardTest, SpaceInAnEmptyListIsTypedText) {
+  Focus({});
+  const gtk_test::SignalCount reports(TreeView(), "cursor-changed");
+  Press(GDK_KEY_space);
+  EXPECT_NE(nullptr, FindTypedSearch());
+  EXPECT_EQ(0, reports.Count());
+  EXPECT_EQ(-1, DeviceList().GetCurSel());
+  EXPECT_FALSE(IsSensitive(Configure()));
+}
+
+TEST_F(ListByKeyboardTest, RowThatGtkDoesNotSelectWithoutTheKeyboardIsNotReported) {
+  Focus(kTwoDevices);
+  Press(GDK_KEY_Down);
+  gtk_widget_grab_focus(Search().GetWidget());
+  const gtk_test::SignalCount reports(TreeView(), "cursor-changed");
+  gboolean handled = TRUE;
+  g_signal_emit_by_name(TreeView(), "toggle-cursor-row", &handled);
+  EXPECT_FALSE(handled);
+  EXPECT_EQ(0, reports.Count());
+  EXPECT_EQ(1, SelectedRows());
+}
+
+TEST_F(ListByKeyboardTest, SpaceThatSelectsGoesNoFurther) {
+  Focus(kTwoDevices);
+  const PassedKeys passed(GTK_WIDGET(TreeView()));
+  Press(GDK_KEY_space);
+  Press(GDK_KEY_space, GDK_CONTROL_MASK);
+  Press(GDK_KEY_Return);
+  EXPECT_EQ(std::vector<guint>(), passed.seen);
+  EXPECT_EQ(nullptr, FindTypedSearch());
 }
 
 TEST_F(ListByKeyboardTest, ControlSpaceTakesTheSelectionAwayAndGivesItBack) {
