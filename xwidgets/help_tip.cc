@@ -1,6 +1,8 @@
 // The pop-up help balloon and the drawing area.
 #include "xwidgets/help_tip.h"
 
+#include <map>
+
 #include "resource/rc_tables.h"
 
 namespace {
@@ -19,6 +21,15 @@ void Unwatch(GtkWidget** variable) {
   *variable = nullptr;
 }
 
+// The toplevel that a tip listens to while it is shown; null once GTK has destroyed it. Kept here,
+// because the fields of a tip are fixed. Never released: tips may be deleted while the program
+// ends.
+using ToplevelOfTip = std::map<const xHelpTip*, GtkWidget*>;
+ToplevelOfTip& Toplevels() {
+  static auto* const toplevels = new ToplevelOfTip;
+  return *toplevels;
+}
+
 GtkWidget* MakeIcon(unsigned short bitmapId, const char* stockId) {
   return stockId != nullptr ? gtk_image_new_from_stock(stockId, GTK_ICON_SIZE_BUTTON)
                             : gtk_image_new_from_pixbuf(rc_load_Pixbuf(bitmapId));
@@ -31,8 +42,7 @@ xHelpTip::xHelpTip(xWidget* parent, const char* text, unsigned short bitmapId, c
       m_nTimer(0),
       m_nDisplayTime(kDisplayTime),
       m_nParentHandler(0),
-      m_pLabel(nullptr),
-      m_pToplevel(nullptr) {
+      m_pLabel(nullptr) {
   GtkWidget* window = gtk_window_new(GTK_WINDOW_POPUP);
   if (window == nullptr) return;
   Attach(window);
@@ -102,17 +112,29 @@ void xHelpTip::StopTimer() {
   m_nTimer = 0;
 }
 
+bool xHelpTip::IsConnected() const {
+  if (m_nParentHandler == 0) return false;
+  const auto found = Toplevels().find(this);
+  return found != Toplevels().end() && found->second != nullptr;
+}
+
 void xHelpTip::Connect(GtkWidget* toplevel) {
-  m_pToplevel = toplevel;
-  Watch(&m_pToplevel);
+  // Another one than before, if that was destroyed while the tip was shown.
+  GtkWidget*& slot = Toplevels()[this];
+  slot = toplevel;
+  Watch(&slot);
   gtk_widget_add_events(toplevel, GDK_BUTTON1_MOTION_MASK);
   m_nParentHandler =
       g_signal_connect(toplevel, "event-after", G_CALLBACK(CallBack_ParentEventHandler), this);
 }
 
 void xHelpTip::Disconnect() {
-  if (IsConnected()) g_signal_handler_disconnect(m_pToplevel, m_nParentHandler);
-  Unwatch(&m_pToplevel);
+  const auto found = Toplevels().find(this);
+  if (found != Toplevels().end()) {
+    if (found->second != nullptr) g_signal_handler_disconnect(found->second, m_nParentHandler);
+    Unwatch(&found->second);
+    Toplevels().erase(found);
+  }
   m_nParentHandler = 0;
 }
 

@@ -29,7 +29,8 @@ class xHelpTip : public xBin {
   virtual void SetWindowText(const char* text);
 
   // Called when the tip is to go away: the display time is over, it was double-clicked or the
-  // control's window is no longer the active one. Hides the tip.
+  // control's window is no longer the active one. Removes a timer that is pending, which would
+  // otherwise cut the next display time short, and hides the tip.
   virtual void OnTimeout();
 
   // GLib timer function; `data` is the tip. Returns FALSE: the timer runs once.
@@ -50,16 +51,15 @@ class xHelpTip : public xBin {
  protected:
   guint m_nTimer;           // GLib source, 0 while no timer is pending
   guint m_nDisplayTime;     // in milliseconds
-  gulong m_nParentHandler;  // on m_pToplevel, 0 while not connected
+  gulong m_nParentHandler;  // on the control's toplevel, 0 while not connected
   GtkWidget* m_pLabel;      // null without a text; cleared when GTK releases the label
-  GtkWidget* m_pToplevel;   // of the control; cleared when GTK destroys it
 
  private:
   GtkWidget* MakeContent(const char* text, unsigned short bitmapId, const char* stockId);
   void SetUpWindow();
   void StartTimer();
   void StopTimer();
-  bool IsConnected() const { return m_nParentHandler != 0 && m_pToplevel != nullptr; }
+  bool IsConnected() const;
   void Connect(GtkWidget* toplevel);
   void Disconnect();
   void MoveToCornerOf(GtkWidget* control);

@@ -51,8 +51,12 @@ class Tip : public xHelpTip {
     const auto* time = reinterpret_cast<const char*>(&m_nDisplayTime);
     const auto* handler = reinterpret_cast<const char*>(&m_nParentHandler);
     const auto* label = reinterpret_cast<const char*>(&m_pLabel);
+    // The first two fill the end of the base class.
     return timer < time && time < handler && handler < label && sizeof m_nTimer == 4 &&
-           sizeof m_nDisplayTime == 4 && sizeof m_nParentHandler == 8;
+           sizeof m_nDisplayTime == 4 && sizeof m_nParentHandler == 8 &&
+           label + sizeof m_pLabel == static_cast<const char*>(static_cast<const void*>(
+                                          static_cast<const xHelpTip*>(this))) +
+                                          sizeof(xHelpTip);
   }
 
   void OnTimeout() override {
@@ -162,7 +166,10 @@ TEST(HelpTipSlots, DrawingAreaAddsOnlyOnDrawing) {
   EXPECT_EQ(sizeof(xWidget), sizeof(xDrawingArea));
 }
 
-TEST_F(HelpTip, FieldsFollowInOrder) { EXPECT_TRUE(Tip(&m_Control).FieldsAreInOrder()); }
+TEST_F(HelpTip, HasItsFourFieldsInOrderAndNoOther) {
+  EXPECT_TRUE(Tip(&m_Control).FieldsAreInOrder());
+  EXPECT_EQ(56u, sizeof(xHelpTip));
+}
 
 // --- How a tip is made -------------------------------------------------------------------------
 
@@ -694,6 +701,65 @@ TEST_F(HelpTip, OutlivesTheControlsWindow) {
   m_pWindow = nullptr;
   ASSERT_TRUE(gtk_test::PumpUntil([&] { return !tip.IsShown(); }));
   EXPECT_FALSE(tip.IsConnected());
+}
+
+TEST_F(HelpTip, ListensToTheNextWindowOfItsControlWhenTheFirstIsGone) {
+  ShowWindow();
+  LastingTip tip(&m_Control);
+  tip.Show(1);
+  gtk_widget_destroy(m_pWindow);
+  m_pWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  m_pLabel = gtk_label_new("Save to:");
+  m_pEventBox = gtk_event_box_new();
+  Fill(m_pWindow);
+  ShowWindow();
+  tip.Show(1);
+  EXPECT_EQ(1u, CountHandlers(m_pWindow, &tip));
+  tip.Show(0);
+  EXPECT_EQ(0u, CountHandlers(m_pWindow, &tip));
+}
+
+TEST_F(HelpTip, ListensToTheWindowThatItsControlHasLeft) {
+  ShowWindow();
+  LastingTip tip(&m_Control);
+  tip.Show(1);
+  g_object_ref(m_pLabel);
+  gtk_container_remove(GTK_CONTAINER(gtk_widget_get_parent(m_pLabel)), m_pLabel);
+  EXPECT_EQ(1u, CountHandlers(m_pWindow, &tip));
+  tip.Show(0);
+  EXPECT_EQ(0u, CountHandlers(m_pWindow, &tip));
+  g_object_unref(m_pLabel);
+}
+
+TEST_F(HelpTip, TwoTipsOfOneWindowAreHiddenOneByOne) {
+  ShowWindow();
+  LastingTip first(&m_Control);
+  auto second = std::make_unique<LastingTip>(&m_Control);
+  first.Show(1);
+  second->Show(1);
+  const void* address = second.get();
+  first.Show(0);
+  EXPECT_EQ(0u, CountHandlers(m_pWindow, &first));
+  EXPECT_EQ(1u, CountHandlers(m_pWindow, second.get()));
+  EXPECT_TRUE(second->IsShown());
+  second.reset();
+  EXPECT_EQ(0u, CountHandlers(m_pWindow, const_cast<void*>(address)));
+}
+
+TEST_F(HelpTip, DeletedAfterTheControlsWindowIsNotTouchedByIt) {
+  // The window's memory is kept, so that what it might still do to the tip is seen.
+  ShowWindow();
+  g_object_ref(m_pWindow);
+  GtkWidget* window = m_pWindow;
+  alignas(LastingTip) unsigned char memory[sizeof(LastingTip)];
+  auto* tip = new (memory) LastingTip(&m_Control);
+  tip->Show(1);
+  tip->~LastingTip();
+  std::fill(std::begin(memory), std::end(memory), 0x5A);
+  gtk_widget_destroy(window);
+  m_pWindow = nullptr;
+  g_object_unref(window);
+  EXPECT_THAT(memory, ::testing::Each(0x5A));
 }
 
 TEST_F(HelpTip, ItsLabelForgetsItWhenItIsDeleted) {
