@@ -31,6 +31,8 @@ GtkWidget* NewRadioButton(GtkRadioButton* group, const char* text) {
 
 }  // namespace
 
+xButtonBase::xButtonBase(xWidget* parent, unsigned int id) : xBin(parent, id) {}
+
 void xButtonBase::SetWindowText(const char* text) {
   gtk_button_set_label(GTK_BUTTON(m_pWidget), text);
   gtk_button_set_use_underline(GTK_BUTTON(m_pWidget), TRUE);
@@ -109,6 +111,8 @@ xCheckBox::xCheckBox(xWidget* parent, unsigned int id, const char* text) : xButt
   Attach(text != nullptr ? gtk_check_button_new_with_mnemonic(text) : gtk_check_button_new());
   ConnectClicked();
 }
+
+xCheckBox::xCheckBox(unsigned int id, xWidget* parent) : xButtonBase(parent, id) {}
 
 void xCheckBox::SetCheck(int check) {
   gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_pWidget), check);

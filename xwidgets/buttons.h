@@ -14,7 +14,7 @@
 // What all buttons have in common. Makes no GTK widget.
 class xButtonBase : public xBin {
  public:
-  xButtonBase(xWidget* parent, unsigned int id) : xBin(parent, id) {}
+  xButtonBase(xWidget* parent, unsigned int id);
 
   // Replaces the button's content by this text, in which an underscore marks the mnemonic. A
   // picture in the button goes away with the old content.
@@ -79,7 +79,7 @@ class xCheckBox : public xButtonBase {
   xCheckBox(xWidget* parent, unsigned int id, const char* text);
 
   // For derived classes that make their own widget: makes none and connects nothing.
-  xCheckBox(unsigned int id, xWidget* parent) : xButtonBase(parent, id) {}
+  xCheckBox(unsigned int id, xWidget* parent);
 
   // Checks the box, or clears it when `check` is 0. A change is notified like a click; setting the
   // present state again is not.

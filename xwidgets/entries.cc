@@ -21,6 +21,8 @@ xEntry::xEntry(xWidget* parent, unsigned int id, int widthChars) : xWidget(paren
   g_signal_connect(m_pWidget, "changed", G_CALLBACK(CallBack_Changed), this);
 }
 
+xEntry::xEntry(xWidget* parent, unsigned int id, xEntry* /*unused*/) : xWidget(parent, id) {}
+
 void xEntry::SetWindowText(const char* text) {
   // GTK empties its buffer before it reads the new text, which may be a part of that buffer.
   const std::unique_ptr<char, FreeText> copy(g_strdup(text));
@@ -46,6 +48,28 @@ xSpinButton::xSpinButton(xWidget* parent, unsigned int id, double min, double ma
   g_signal_connect(m_pWidget, "changed", G_CALLBACK(CallBack_Changed), this);
 }
 
+void xSpinButton::SetRange(double min, double max) {
+  gtk_spin_button_set_range(GTK_SPIN_BUTTON(m_pWidget), min, max);
+}
+
+void xSpinButton::SetDigits(unsigned int digits) {
+  gtk_spin_button_set_digits(GTK_SPIN_BUTTON(m_pWidget), digits);
+}
+
+void xSpinButton::SetIncrements(double step, double page) {
+  gtk_spin_button_set_increments(GTK_SPIN_BUTTON(m_pWidget), step, page);
+}
+
+void xSpinButton::SetValue(double value) {
+  gtk_spin_button_set_value(GTK_SPIN_BUTTON(m_pWidget), value);
+}
+
+double xSpinButton::GetValue() { return gtk_spin_button_get_value(GTK_SPIN_BUTTON(m_pWidget)); }
+
+int xSpinButton::GetIntValue() {
+  return gtk_spin_button_get_value_as_int(GTK_SPIN_BUTTON(m_pWidget));
+}
+
 void xSpinButton::OnValueChanged() {
   if (m_pParent != nullptr) m_pParent->OnNofityValueChanged(m_nID);
 }
@@ -53,6 +77,8 @@ void xSpinButton::OnValueChanged() {
 void xSpinButton::CallBack_ValueChanged(GtkSpinButton* /*spin*/, void* data) {
   if (data != nullptr) static_cast<xSpinButton*>(data)->OnValueChanged();
 }
+
+xRange::xRange(xWidget* parent, unsigned int id) : xWidget(parent, id) {}
 
 void xRange::OnValueChanged() {
   if (m_pParent != nullptr) m_pParent->OnNofityValueChanged(m_nID);
@@ -82,3 +108,6 @@ xScrollbar::xScrollbar(ScrollbarType type, xWidget* parent, unsigned int id, dou
 xProgressBar::xProgressBar(xWidget* parent, unsigned int id, int /*unused*/) : xWidget(parent, id) {
   Attach(gtk_progress_bar_new());
 }
+
+xProgressBar::xProgressBar(xWidget* parent, unsigned int id, xEntry* /*unused*/)
+    : xWidget(parent, id) {}

@@ -18,7 +18,7 @@ class xEntry : public xWidget {
 
   // Makes no GTK widget and connects nothing: for derived classes that attach a widget of their
   // own. The pointer only tells the constructors apart and is never looked at.
-  xEntry(xWidget* parent, unsigned int id, xEntry* /*unused*/) : xWidget(parent, id) {}
+  xEntry(xWidget* parent, unsigned int id, xEntry* unused);
 
   // Replaces the text (gtk_entry_set_text). A text that differs from the present one is reported
   // through OnChanged like a typed change; an equal one changes and reports nothing. The text is
@@ -39,7 +39,8 @@ class xEntry : public xWidget {
     gtk_entry_set_visibility(GTK_ENTRY(m_pWidget), password == 0);
   }
 
-  // The invisible character, one byte of Latin-1 (gtk_entry_set_invisible_char).
+  // The invisible character, one byte of Latin-1: "\xB7" is a middle dot
+  // (gtk_entry_set_invisible_char, which takes a Unicode character). No other character can be set.
   virtual void SetPasswordChar(char ch) {
     gtk_entry_set_invisible_char(GTK_ENTRY(m_pWidget), static_cast<unsigned char>(ch));
   }
@@ -74,28 +75,22 @@ class xSpinButton : public xEntry {
               unsigned int digits, double value);
 
   // Sets the limits; a value outside of them moves to the nearest (gtk_spin_button_set_range).
-  void SetRange(double min, double max) {
-    gtk_spin_button_set_range(GTK_SPIN_BUTTON(m_pWidget), min, max);
-  }
+  void SetRange(double min, double max);
 
   // Sets the number of decimal places shown (gtk_spin_button_set_digits).
-  void SetDigits(unsigned int digits) {
-    gtk_spin_button_set_digits(GTK_SPIN_BUTTON(m_pWidget), digits);
-  }
+  void SetDigits(unsigned int digits);
 
   // Sets how far an arrow click and a page key move the value (gtk_spin_button_set_increments).
-  void SetIncrements(double step, double page) {
-    gtk_spin_button_set_increments(GTK_SPIN_BUTTON(m_pWidget), step, page);
-  }
+  void SetIncrements(double step, double page);
 
   // Sets the value, within the limits (gtk_spin_button_set_value).
-  void SetValue(double value) { gtk_spin_button_set_value(GTK_SPIN_BUTTON(m_pWidget), value); }
+  void SetValue(double value);
 
   // The value (gtk_spin_button_get_value).
-  double GetValue() { return gtk_spin_button_get_value(GTK_SPIN_BUTTON(m_pWidget)); }
+  double GetValue();
 
   // The value rounded to the nearest integer (gtk_spin_button_get_value_as_int).
-  int GetIntValue() { return gtk_spin_button_get_value_as_int(GTK_SPIN_BUTTON(m_pWidget)); }
+  int GetIntValue();
 
   // Called for every change of the value. Sends OnNofityValueChanged to the parent, if there is
   // one.
@@ -109,7 +104,7 @@ class xSpinButton : public xEntry {
 class xRange : public xWidget {
  public:
   // Makes no GTK widget; the derived class attaches it and connects "value-changed".
-  xRange(xWidget* parent, unsigned int id) : xWidget(parent, id) {}
+  xRange(xWidget* parent, unsigned int id);
 
   // Sets the limits; a value outside of them moves to the nearest (gtk_range_set_range).
   virtual void SetRange(double min, double max) {
@@ -173,5 +168,5 @@ class xProgressBar : public xWidget {
 
   // Makes no GTK widget: for derived classes that attach a widget of their own. The pointer is
   // never looked at.
-  xProgressBar(xWidget* parent, unsigned int id, xEntry* /*unused*/) : xWidget(parent, id) {}
+  xProgressBar(xWidget* parent, unsigned int id, xEntry* unused);
 };

@@ -119,6 +119,8 @@ void xTable::SetRowSpacing(int row, unsigned int spacing) {
   }
 }
 
+void xTable::SetRowsCols(unsigned int /*rows*/, unsigned int /*cols*/) {}
+
 xNoteBook::xNoteBook(xWidget* parent, unsigned int id) : xContainer(parent, id) {
   Attach(gtk_notebook_new());
   g_signal_connect(m_pWidget, "switch-page", G_CALLBACK(Callback_SwitchPage), this);

@@ -118,7 +118,7 @@ class xTable : public xContainer {
   void SetRowSpacing(int row, unsigned int spacing);
 
   // Does nothing: the table keeps the size given at construction.
-  void SetRowsCols(unsigned int /*rows*/, unsigned int /*cols*/) {}
+  void SetRowsCols(unsigned int rows, unsigned int cols);
 };
 
 // Pages behind tabs.

@@ -6,11 +6,25 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tests/support/gtk_test.h"
 #include "tests/support/notify_recorder.h"
 #include "tests/support/signal_handlers.h"
 #include "tests/support/vtable_slot.h"
+
+// Operations by the names that a program built against the library asks for, without the header.
+extern "C" {
+void _ZN6xEntryC2EP7xWidgetjPS_();
+void _ZN11xSpinButton8SetRangeEdd();
+void _ZN11xSpinButton9SetDigitsEj();
+void _ZN11xSpinButton13SetIncrementsEdd();
+void _ZN11xSpinButton8SetValueEd();
+void _ZN11xSpinButton8GetValueEv();
+void _ZN11xSpinButton11GetIntValueEv();
+void _ZN6xRangeC2EP7xWidgetj();
+void _ZN12xProgressBarC1EP7xWidgetjP6xEntry();
+}
 
 namespace {
 
@@ -74,6 +88,17 @@ TEST(EntriesSlots, EntryAddsEightOperationsAfterThoseOfWidget) {
   EXPECT_EQ(25, vtable::Slot(&xEntry::GetLimitText));
   EXPECT_EQ(26, vtable::Slot(&xEntry::OnChanged));
   EXPECT_EQ(26, vtable::SlotCount<xEntry>());
+}
+
+// Without one of them this program cannot be linked.
+TEST(EntriesSymbols, OperationsThatAreNotVirtualAreInTheLibrary) {
+  EXPECT_THAT(
+      (std::vector<void (*)()>{_ZN6xEntryC2EP7xWidgetjPS_, _ZN11xSpinButton8SetRangeEdd,
+                               _ZN11xSpinButton9SetDigitsEj, _ZN11xSpinButton13SetIncrementsEdd,
+                               _ZN11xSpinButton8SetValueEd, _ZN11xSpinButton8GetValueEv,
+                               _ZN11xSpinButton11GetIntValueEv, _ZN6xRangeC2EP7xWidgetj,
+                               _ZN12xProgressBarC1EP7xWidgetjP6xEntry}),
+      Not(Contains(nullptr)));
 }
 
 TEST(EntriesSlots, SpinButtonAddsOnlyOnValueChanged) {

@@ -12,6 +12,9 @@
 #include "tests/support/signal_handlers.h"
 #include "tests/support/vtable_slot.h"
 
+// By the name that a program built against the library asks for, without the header.
+extern "C" void _ZN6xTable11SetRowsColsEjj();
+
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -111,6 +114,12 @@ TEST(LayoutTables, ContinueThoseOfTheirBasesInTheFixedOrder) {
   EXPECT_EQ(20, vtable::SlotCount<xButtonBox>());
   EXPECT_EQ(21, vtable::SlotCount<xAlignment>());
   EXPECT_EQ(18, vtable::SlotCount<xSeparator>());
+}
+
+// Without it this program cannot be linked.
+TEST(LayoutTables, HaveTheOperationThatDoesNothingInTheLibrary) {
+  void (*setRowsCols)() = _ZN6xTable11SetRowsColsEjj;
+  EXPECT_NE(nullptr, setRowsCols);
 }
 
 TEST(LayoutTables, KeepTheOneArgumentAppendChildOfTheBaseInItsSlot) {
@@ -379,6 +388,7 @@ TEST(NoteBook, ReturnsMinusOneWhenGtkRefusesThePage) {
   xWidget nothing(nullptr, 1);
   EXPECT_EQ(-1, book.AppendPage(&nothing, "One"));
   EXPECT_TRUE(warnings.Contain("GTK_IS_WIDGET (child)"));
+  EXPECT_EQ(2U, warnings.Messages().size()) << "for its border and as a page";
 }
 
 TEST(NoteBook, TellsOfPageSwitchesAlsoWhilePagesAreInsertedAndShown) {
@@ -491,6 +501,27 @@ class InnerTarget : public xWidget {
  private:
   GtkWidget* m_pInner;
 };
+
+TEST(Label, LeadsTheKeyboardToItsTargetWithTheMarkedLetter) {
+  GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  xBox box(xBox::kVertical, 0, 0);
+  gtk_container_add(GTK_CONTAINER(window), box.GetWidget());
+  xWidget other(nullptr, 1);
+  other.Attach(gtk_entry_new());
+  xLabel label("Save to:", 0.0F, 0.5F, nullptr, 1);
+  xWidget target(nullptr, 1);
+  target.Attach(gtk_entry_new());
+  for (xWidget* child : {&other, static_cast<xWidget*>(&label), &target}) box.AppendChild(child);
+  label.SetMnemonic(&target);
+  gtk_widget_grab_focus(other.GetWidget());
+  ASSERT_TRUE(gtk_test::ShowAndWait(window));
+  EXPECT_FALSE(gtk_window_mnemonic_activate(GTK_WINDOW(window), GDK_KEY_t, GDK_MOD1_MASK));
+  EXPECT_EQ(other.GetWidget(), gtk_window_get_focus(GTK_WINDOW(window))) << "none is marked yet";
+  label.SetWindowText("Save _to:");
+  EXPECT_TRUE(gtk_window_mnemonic_activate(GTK_WINDOW(window), GDK_KEY_t, GDK_MOD1_MASK));
+  EXPECT_EQ(target.GetWidget(), gtk_window_get_focus(GTK_WINDOW(window)));
+  gtk_widget_destroy(window);
+}
 
 TEST(Label, GivesItsMnemonicToTheTargetsOwnChoiceOfWidget) {
   xLabel label("_Name", 0.0F, 0.5F, nullptr, 1);
