@@ -200,6 +200,7 @@ TEST(Button, BesideAnIconTakesItsTextAsMarkup) {
   window.Add(button);
   ExpectIconRow(button, "", GDK_VoidSymbol);
   EXPECT_TRUE(warnings.Contain("Failed to set text from markup")) << "a bare & is no markup";
+  EXPECT_EQ(2U, warnings.Messages().size()) << "GTK parses it once more for the mnemonic";
 }
 
 TEST(Button, WithOnlyABitmapShowsTheBitmapAlone) {

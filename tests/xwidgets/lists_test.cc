@@ -49,11 +49,15 @@ void __wrap_gtk_tree_view_scroll_to_cell(GtkTreeView* view, GtkTreePath* path,
 namespace {
 
 using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 constexpr unsigned int kID = 55;
 constexpr unsigned short kNoBitmap = 0;
+constexpr char kRefusedIcon[] = "Unable to convert from GdkPixbuf to gchararray";
 
 // A text that a list has handed out, or "(null)". Releases it.
 std::string Taken(void* text) {
@@ -414,7 +418,7 @@ TEST(ListBase, AnIconIsRefusedByTheColumnOfTexts) {
   GdkPixbuf* icon = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 4, 4);
   const gtk_test::Warnings warnings;
   list.SetItemIcon(0, icon);
-  EXPECT_TRUE(warnings.Contain("Unable to convert from GdkPixbuf to gchararray"));
+  EXPECT_THAT(warnings.Messages(), ElementsAre(HasSubstr(kRefusedIcon)));
   EXPECT_THAT(Row(list.Model(), 0), ElementsAre("kept", "text", "(null)"));
   EXPECT_EQ(1u, G_OBJECT(icon)->ref_count);
   g_object_unref(icon);
@@ -444,7 +448,7 @@ TEST(ListBase, AddStringOffersItsBitmapToTheColumnOfTexts) {
   fake_bitmaps::TakeRequests();
   EXPECT_EQ(0, list.AddString("text", nullptr, fake_bitmaps::kSquare));
   EXPECT_THAT(fake_bitmaps::TakeRequests(), ElementsAre(100));
-  EXPECT_TRUE(warnings.Contain("Unable to convert from GdkPixbuf to gchararray"));
+  EXPECT_THAT(warnings.Messages(), ElementsAre(HasSubstr(kRefusedIcon)));
   EXPECT_THAT(Row(list.Model(), 0), ElementsAre("(null)", "text", "(null)"));
 }
 
@@ -490,6 +494,7 @@ TEST(ListBase, AnUnknownStockIconEmptiesTheColumn) {
   const gtk_test::Warnings warnings;
   list.SetItemIcon(0, "no-such-stock-item");
   EXPECT_THAT(Row(list.Model(), 0), ElementsAre("(null)", "text", "(null)"));
+  EXPECT_THAT(warnings.Messages(), IsEmpty());
 }
 
 TEST(ListBase, RenderingAStockIconLeavesNoWidgetBehind) {
@@ -499,13 +504,20 @@ TEST(ListBase, RenderingAStockIconLeavesNoWidgetBehind) {
   const gtk_test::Warnings warnings;
   list.SetItemIcon(0, GTK_STOCK_OK);
   EXPECT_EQ(1, FinalizedObjects::Count());
+  EXPECT_THAT(warnings.Messages(), ElementsAre(HasSubstr(kRefusedIcon)));
 }
 
 // --- xComboBox ---------------------------------------------------------------------------------
 
-// Keeps GTK's complaints about the icon's cell, one for each row that it lays out, from the output.
+// Keeps GTK's complaints about the icon's cell, one for each row that it lays out, from the output,
+// and no others.
 class ComboBox : public ::testing::Test {
  protected:
+  void TearDown() override {
+    EXPECT_THAT(m_Warnings.Messages(),
+                Each(HasSubstr("unable to set property 'pixbuf' of type 'GdkPixbuf'")));
+  }
+
   gtk_test::Warnings m_Warnings;
 };
 
@@ -550,7 +562,7 @@ TEST_F(ComboBox, TextCellTakesTheSecondColumnAndTheIconCellTheFirst) {
   combo.AddString("shown", nullptr, kNoBitmap);
   combo.SetCurSel(0);
   EXPECT_TRUE(gtk_test::ShowAndWait(window));
-  EXPECT_TRUE(m_Warnings.Contain("unable to set property 'pixbuf' of type 'GdkPixbuf'"));
+  EXPECT_THAT(m_Warnings.Messages(), Not(IsEmpty()));
   char* text = nullptr;
   g_object_get(combo.TextRenderer(), "text", &text, nullptr);
   EXPECT_EQ("shown", Taken(text));
