@@ -23,5 +23,7 @@ GdkPixbuf* rc_load_Pixbuf(unsigned short id);
 // number, the length, the type of pixel data, the row stride, the width and the height, then the
 // pixels. length is the number of bytes at data. The pixels are copied; the caller owns the image
 // and releases it with g_object_unref. Returns null when the stream is not in that form, or when it
-// ends before its pixels do.
+// ends before its pixels do. The padding behind the pixels of the last row, if the row stride
+// leaves any, belongs to them: GDK copies whole rows, and would read beyond a stream that leaves it
+// out.
 GdkPixbuf* pixbuf_deserialize(const guint8* data, guint32 length);

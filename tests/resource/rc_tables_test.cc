@@ -2,6 +2,8 @@
 #include "resource/rc_tables.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstddef>
@@ -341,6 +343,52 @@ TEST(PixbufDeserialize, HeaderIsNotTakenForPixelsThatAreMissing) {
     stream[7] = static_cast<guint8>(stream.size());  // it says so, too
     EXPECT_EQ(Deserialize(stream), nullptr) << stream.size() << " bytes";
   }
+}
+
+// A page with a page behind it that cannot be read. A stream is put at the end of the first.
+class LastBytesOfAPage {
+ public:
+  explicit LastBytesOfAPage(const Bytes& stream)
+      : m_nPage(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+        m_nLength(stream.size()),
+        m_pPages(static_cast<guint8*>(mmap(nullptr, 2 * m_nPage, PROT_READ | PROT_WRITE,
+                                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+    mprotect(m_pPages + m_nPage, m_nPage, PROT_NONE);
+    std::copy(stream.begin(), stream.end(), m_pPages + m_nPage - m_nLength);
+  }
+  ~LastBytesOfAPage() { munmap(m_pPages, 2 * m_nPage); }
+  LastBytesOfAPage(const LastBytesOfAPage&) = delete;
+  LastBytesOfAPage& operator=(const LastBytesOfAPage&) = delete;
+
+  Image Deserialize() const {
+    return Image(
+        pixbuf_deserialize(m_pPages + m_nPage - m_nLength, static_cast<guint32>(m_nLength)));
+  }
+
+ private:
+  std::size_t m_nPage;
+  std::size_t m_nLength;
+  guint8* m_pPages;
+};
+
+TEST(PixbufDeserialize, LastRowWithoutItsPaddingGivesNothing) {
+  const Bytes whole = {
+      'G',  'd',  'k',  'P',                               // magic number
+      0,    0,    0,    48,                                // length of the stream
+      0x01, 0x01, 0x00, 0x02,                              // raw, 8 bits per sample, RGBA
+      0,    0,    0,    12,                                // row stride
+      0,    0,    0,    2,                                 // width
+      0,    0,    0,    2,                                 // height
+      1,    2,    3,    4,    5,  6,  7,  8,  0, 0, 0, 0,  // row 0 and its padding
+      9,    10,   11,   12,   13, 14, 15, 16, 0, 0, 0, 0,  // row 1 and its padding
+  };
+  const Image image = LastBytesOfAPage(whole).Deserialize();
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(PixelsOf(image.get()), (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
+  Bytes cut(whole.begin(), whole.end() - 4);
+  EXPECT_EQ(LastBytesOfAPage(cut).Deserialize(), nullptr);
+  cut[7] = 44;  // it says so, too
+  EXPECT_EQ(LastBytesOfAPage(cut).Deserialize(), nullptr);
 }
 
 TEST(PixbufDeserialize, RowsShorterThanTheirPixelsGiveNothing) {
