@@ -38,7 +38,8 @@ class CRctFile {
     virtual void Clear();
 
     // Stores a copy of text under id, releases the text that it replaces and returns the copy.
-    // Returns null and changes nothing when there is no memory for the copy.
+    // Returns null and changes nothing when there is no memory for the copy; throws std::bad_alloc
+    // and changes nothing when there is none for its entry.
     virtual const char* SetString(unsigned short id, const char* text);
 
     // The text stored under id, or null.
@@ -58,7 +59,7 @@ class CRctFile {
 
   // Replaces the texts by those of the file `name` that TryOpenRctFile finds under dir, a text that
   // ends in "/". Returns 1 when the file was found and its [string] section holds a text, otherwise
-  // 0; what was read stays loaded in either case.
+  // 0; what was read stays loaded in either case. Throws std::bad_alloc as LoadRctFile does.
   int Load(const char* dir, const char* name);
 
   // The text `string` of the section of `dialog`, or null. Dialog 0 is the [string] section. A text
@@ -78,7 +79,9 @@ class CRctFile {
   static FILE* TryOpenRctFile(const char* dir, const char* name);
 
   // Reads the sections of an open file, which stays open, and adds them to those that are loaded.
-  // Returns as Load does. Of a device, whose content may have no end, nothing is read.
+  // Returns as Load does. Of a device, whose content may have no end, nothing is read. Throws
+  // std::bad_alloc when there is no memory for a section or for the entry of a text; what was read
+  // before stays loaded.
   int LoadRctFile(FILE* stream);
 
   // Replaces the escapes of a text in place and returns the text.

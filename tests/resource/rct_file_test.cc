@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <string_view>
@@ -22,6 +23,7 @@ namespace {
 
 bool g_refuseCalloc = false;
 bool g_refuseStrdup = false;
+bool g_refuseNew = false;
 
 }  // namespace
 
@@ -35,6 +37,14 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
   return g_refuseCalloc ? nullptr : __real_calloc(count, size);
 }
 char* __wrap_strdup(const char* text) { return g_refuseStrdup ? nullptr : __real_strdup(text); }
+
+void* __real__Znwm(std::size_t size);
+void* __wrap__Znwm(std::size_t size);
+
+void* __wrap__Znwm(std::size_t size) {
+  if (g_refuseNew) throw std::bad_alloc();
+  return __real__Znwm(size);
+}
 }
 
 namespace {
@@ -441,6 +451,16 @@ TEST(RctStrings, LackOfMemoryLeavesTheOldText) {
   g_refuseStrdup = false;
   EXPECT_STREQ(strings.GetString(5), "old");
   EXPECT_EQ(strings.GetCount(), 1);
+}
+
+TEST(RctStrings, LackOfMemoryForAnEntryIsThrownAndChangesNothing) {
+  Strings strings;
+  g_refuseNew = true;
+  EXPECT_THROW(strings.SetString(5, "text"), std::bad_alloc);
+  g_refuseNew = false;
+  EXPECT_EQ(strings.GetString(5), nullptr);
+  EXPECT_EQ(strings.GetCount(), 0);
+  EXPECT_STREQ(strings.SetString(5, "text"), "text");
 }
 
 // ---- LANG --------------------------------------------------------------------------------------
