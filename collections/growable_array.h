@@ -11,13 +11,15 @@
 
 // A growable array of plain elements. It resembles std::vector, and differs in this:
 //  - the first allocation is exact, later ones add a step (the grow-by value, or one chosen from
-//  the
-//    size), and the storage shrinks only in FreeExtra and when the size becomes 0;
+//    the size), and the storage shrinks only in FreeExtra and when the size becomes 0;
 //  - elements that come into use without a value are zero;
 //  - bad arguments throw the text "Invalid Arg!" as a const char*, before anything is changed, but
 //    each array checks other arguments: see the classes.
-// What no class checks must not be passed: negative sizes, indices and counts, and sizes beyond an
-// int. Such a call changes nothing.
+// What a class does not check must not be passed: negative sizes, indices and counts, and sizes
+// beyond an int, which change nothing, and the removal of more than there is (see RemoveAt).
+//
+// SetSize, SetAtGrow, InsertAt, FreeExtra, Append and Copy throw std::bad_alloc when there is no
+// memory. The elements are then as before.
 //
 // Array is the class that derives from this one; its SetSize is used for every change of size.
 // Storage has Allocate, which gives zeroed elements, and Release. An array is used by one thread at
@@ -55,7 +57,9 @@ class GrowableArray {
   // Inserts the elements of other, which may be this array, before index.
   void InsertAt(int index, Array* other);
 
-  // Removes count elements from index on. The storage stays.
+  // Removes count elements from index on. The storage stays. A range that goes beyond the end takes
+  // as much off the size as one within it, down to 0: of 4 elements RemoveAt(2, 3) leaves the
+  // first.
   void RemoveAt(int index, int count);
 
   // Gives back the storage that no element uses.

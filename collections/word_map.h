@@ -15,7 +15,9 @@ struct __POSITION;
 //  - entries come from blocks and go back to a free list; the blocks and the bucket array are given
 //    back only when the last entry is removed;
 //  - the iteration order is fixed: buckets in rising order, newest entry of a bucket first.
-// Truth values are 0 and -1. A map is used by one thread at a time.
+// InitHashTable with bAllocNow, and operator[] for a key that is missing, throw std::bad_alloc when
+// there is no memory; the entries are then as before. Nothing else allocates. Truth values are 0
+// and -1. A map is used by one thread at a time.
 template <typename Value>
 class WordMap {
  public:

@@ -452,6 +452,21 @@ TEST(DWordArray, RemovalBeyondTheEndIsNotChecked) {
   EXPECT_EQ(array.GetSize(), 0);
 }
 
+TEST(DWordArray, RemovalBeyondTheEndTakesItsCountOffTheSize) {
+  CDWordArray array;
+  for (int i = 0; i < 6; ++i) array.SetAtGrow(i, static_cast<unsigned int>(i + 1));
+  array.RemoveAt(10, 2);  // wholly beyond it
+  EXPECT_EQ(array.GetSize(), 4);
+  array.RemoveAt(3, 2);  // by one
+  ASSERT_EQ(array.GetSize(), 2);
+  EXPECT_EQ(array.GetAt(0), 1U);
+  EXPECT_EQ(array.GetAt(1), 2U);
+  array.RemoveAt(1, INT_MAX);
+  EXPECT_EQ(array.GetSize(), 0);
+  array.SetSize(3, -1);
+  EXPECT_EQ(array.GetAt(0), 0U) << "elements that come back are zero";
+}
+
 TEST(DWordArray, InsertingNoArrayIsNotChecked) {
   CDWordArray array;
   EXPECT_EQ(ThrownText([&] { array.InsertAt(0, nullptr); }), "nothing");
