@@ -2,17 +2,17 @@
 //
 // Lifetime: a wrapper object holds one reference on its GTK widget from Attach to its destruction,
 // whatever containers the widget is in and also after GTK has destroyed it. GTK never deletes a
-// wrapper object, and deleting a wrapper object never destroys the widget: every object is deleted
-// by the code that created it.
+// wrapper object, and deleting a wrapper object does not destroy a widget that something else
+// holds: every object is deleted by the code that created it.
 //
 // Notifications: a control connects a GTK signal to a static CallBack_ function of its class, with
 // the object as user data. That function calls a virtual handler of the object, and the handler
 // calls the OnNofity... virtual of the parent object with the control's identifier. A parent that
 // does not override it hands the notification to its own parent, with the identifier unchanged.
 //
-// Everything here belongs to the GTK main thread. Unless stated otherwise an operation on an object
-// without a widget reaches GTK with a null pointer, which prints a critical warning and does
-// nothing.
+// Everything here belongs to the GTK main thread. On an object without a widget, Show, SendEvent,
+// UnAttach and Destroy do nothing, and so does whatever says so; other operations reach GTK with a
+// null pointer, which prints a critical warning and does nothing.
 #pragma once
 
 #include <gtk/gtk.h>
@@ -123,7 +123,7 @@ class xWidget {
 
   // Queues a bare event of this type for the widget's window, marked as sent by a program.
   // GDK_DELETE asks a window to close itself, exactly as the window manager would. Does nothing
-  // while the widget is not realised.
+  // without a widget and while the widget is not realised.
   void SendEvent(GdkEventType type);
 
   // Handler of "destroy"; `data` is the xWidget. Calls OnDestroy.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "tests/support/accessible.h"
 #include "tests/support/debug_lines.h"
@@ -174,6 +175,19 @@ TEST_F(TabGeneralTest, EntriesAreNamedByTheirLabels) {
   EXPECT_EQ(OcrEntry().GetWidget(), named(*(General().*TabGeneral::OcrLabel)));
   EXPECT_EQ("Save to:", accessible::Name(ScanEntry().GetWidget()));
   EXPECT_EQ("OCR Path:", accessible::Name(OcrEntry().GetWidget()));
+}
+
+TEST_F(TabGeneralTest, AnUnderscoreInTheLanguageFileLeadsToTheEntry) {
+  Write(std::string(kLanguageFolder) + "/DVXTOOLS.RCT",
+        "[dlg101]\n114=_Save to:\n121=OC_R Path:\n");
+  GtkWidget* window = OpenWindow().GetWidget();
+  ASSERT_TRUE(gtk_test::ShowAndWait(window));
+  for (const auto& [letter, entry] :
+       {std::pair(GDK_KEY_r, &OcrEntry()), std::pair(GDK_KEY_s, &ScanEntry())}) {
+    EXPECT_TRUE(gtk_window_mnemonic_activate(GTK_WINDOW(window), static_cast<guint>(letter),
+                                             GDK_MOD1_MASK));
+    EXPECT_EQ(entry->GetWidget(), gtk_window_get_focus(GTK_WINDOW(window)));
+  }
 }
 
 TEST_F(TabGeneralTest, BrowseButtonsAreDescribedByWhatTheyOpen) {

@@ -129,7 +129,16 @@ TEST(LayoutTables, KeepTheOneArgumentAppendChildOfTheBaseInItsSlot) {
   const Held held(box);
   Child child;
   EXPECT_EQ(&child, static_cast<xContainer&>(box).AppendChild(&child));
-  EXPECT_EQ(Widgets{child.GetWidget()}, gtk_test::Children(box.GetWidget()));
+  Child second;
+  EXPECT_EQ(&second, box.AppendChild(&second));
+  EXPECT_EQ((Widgets{child.GetWidget(), second.GetWidget()}), gtk_test::Children(box.GetWidget()));
+  EXPECT_EQ(1, gtk_test::ChildProperty(box.GetWidget(), second.GetWidget(), "expand"));
+  xTable table(2, 2, 0, nullptr, kNoControlID);
+  const Held heldTable(table);
+  Child cell;
+  EXPECT_EQ(&cell, table.AppendChild(&cell));
+  EXPECT_EQ(0, gtk_test::ChildProperty(table.GetWidget(), cell.GetWidget(), "left-attach"));
+  EXPECT_EQ(1, gtk_test::ChildProperty(table.GetWidget(), cell.GetWidget(), "right-attach"));
 }
 
 TEST(LayoutFields, AreNoneButTheFramesLabel) {
