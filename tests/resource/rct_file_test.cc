@@ -509,6 +509,10 @@ TEST(RctLang, TwoLettersAreWidenedByTheirCountry) {
 TEST(RctLang, OtherTwoLettersAreTheirOwnCountry) {
   EXPECT_EQ(LocaleOf("de"), "de_DE/de");
   EXPECT_EQ(LocaleOf("fr"), "fr_FR/fr");
+  EXPECT_EQ(LocaleOf("az"), "az_AZ/az");
+  EXPECT_EQ(LocaleOf("za"), "za_ZA/za");
+  EXPECT_EQ(LocaleOf("AZ"), "AZ_AZ/AZ");
+  EXPECT_EQ(LocaleOf("ZA"), "ZA_ZA/ZA");
   EXPECT_EQ(LocaleOf("EN"), "EN_EN/EN");
   EXPECT_EQ(LocaleOf("Ja"), "Ja_JA/Ja");
 }
@@ -519,6 +523,9 @@ TEST(RctLang, ShorterAndLongerValuesAndOtherBytesStay) {
   EXPECT_EQ(LocaleOf(".."), "../..");
   EXPECT_EQ(LocaleOf("e1"), "e1/e1");
   EXPECT_EQ(LocaleOf("1e"), "1e/1e");
+  for (const char* beside : {"`a", "a`", "{a", "a{", "@a", "a@", "[a", "a["}) {
+    EXPECT_EQ(LocaleOf(beside), std::string(beside) + "/" + beside) << "next to a letter";
+  }
   EXPECT_EQ(LocaleOf("\xC3\xA4"), "\xC3\xA4/\xC3\xA4");
 }
 

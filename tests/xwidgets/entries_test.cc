@@ -377,6 +377,37 @@ TEST(SpinButton, ConnectsValueChangedThenChangedAndNoFocusEvents) {
   EXPECT_EQ(2u, CountHandlers(spin.GetWidget(), &spin));
 }
 
+// What was reported when a handler is called that was connected later, and not to run last.
+struct LaterHandler {
+  NotifyRecorder* parent;
+  std::vector<std::string> reported;
+
+  static void Note(gpointer self) {
+    auto* handler = static_cast<LaterHandler*>(self);
+    for (const std::string& text : handler->parent->Take()) handler->reported.push_back(text);
+  }
+};
+
+TEST(SpinButton, ReportsBeforeHandlersThatAreConnectedLater) {
+  NotifyRecorder parent;
+  xSpinButton spin(&parent, kID, 0.0, 10.0, 1.0, 0, 0.0);
+  LaterHandler later = {&parent, {}};
+  g_signal_connect_swapped(spin.GetWidget(), "value-changed", G_CALLBACK(LaterHandler::Note),
+                           &later);
+  spin.SetValue(5.0);
+  EXPECT_THAT(later.reported, Contains("ValueChanged 7"));
+}
+
+TEST(Slider, ReportsBeforeHandlersThatAreConnectedLater) {
+  NotifyRecorder parent;
+  xSlider slider(SLIDER_HORIZONTAL, &parent, kID, 0.0, 10.0, 1.0, 0);
+  LaterHandler later = {&parent, {}};
+  g_signal_connect_swapped(slider.GetWidget(), "value-changed", G_CALLBACK(LaterHandler::Note),
+                           &later);
+  slider.SetValue(5.0);
+  EXPECT_THAT(later.reported, ElementsAre("ValueChanged 7"));
+}
+
 TEST(SpinButton, ReportsNothingWhileItIsMade) {
   NotifyRecorder parent;
   const xSpinButton spin(&parent, kID, 2.0, 10.0, 1.0, 2, 7.0);

@@ -593,6 +593,22 @@ TEST_F(HelpTip, ADoubleClickLeavesNoTimerThatWouldCutTheNextTimeShort) {
   EXPECT_EQ(nullptr, g_main_context_find_source_by_id(nullptr, timer));
 }
 
+TEST_F(HelpTip, HearsOfAnEventOnItselfAfterHandlersThatAreNotToRunLast) {
+  LastingTip tip(&m_Control);
+  struct Seen {
+    const Tip* tip;
+    int timeouts;
+  } seen = {&tip, -1};
+  g_signal_connect_swapped(tip.GetWidget(), "event-after",
+                           G_CALLBACK(+[](Seen* self) { self->timeouts = self->tip->timeouts; }),
+                           &seen);
+  GdkEvent* click = gdk_event_new(GDK_2BUTTON_PRESS);
+  g_signal_emit_by_name(tip.GetWidget(), "event-after", click);
+  gdk_event_free(click);
+  EXPECT_EQ(0, seen.timeouts);
+  EXPECT_EQ(1, tip.timeouts);
+}
+
 TEST_F(HelpTip, ASingleClickAndMotionChangeNothing) {
   ShowWindow();
   LastingTip tip(&m_Control);

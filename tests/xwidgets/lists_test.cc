@@ -23,6 +23,7 @@ struct PackedCell {
 };
 static std::vector<PackedCell> g_PackedCells;
 static int g_iScrolls = 0;
+static int g_iCursorAtScroll = -1;
 
 extern "C" {
 void __real_gtk_cell_layout_pack_start(GtkCellLayout* layout, GtkCellRenderer* renderer,
@@ -42,6 +43,10 @@ void __wrap_gtk_tree_view_scroll_to_cell(GtkTreeView* view, GtkTreePath* path,
   ++g_iScrolls;
   EXPECT_EQ(nullptr, column);
   EXPECT_FALSE(align);
+  GtkTreePath* cursor = nullptr;
+  gtk_tree_view_get_cursor(view, &cursor, nullptr);
+  g_iCursorAtScroll = cursor != nullptr ? gtk_tree_path_get_indices(cursor)[0] : -1;
+  gtk_tree_path_free(cursor);
   __real_gtk_tree_view_scroll_to_cell(view, path, column, align, row, col);
 }
 }
@@ -964,6 +969,7 @@ TEST_F(ShownListBox, ARowOutOfSightIsScrolledIntoView) {
   g_iScrolls = 0;
   m_List->SetCurSel(99);
   EXPECT_EQ(1, g_iScrolls);
+  EXPECT_EQ(99, g_iCursorAtScroll) << "the cursor is moved first";
   gtk_test::Pump();
   GtkTreePath* first = nullptr;
   GtkTreePath* last = nullptr;

@@ -796,12 +796,16 @@ TEST(WidgetSendEvent, QueuesABareEventMarkedAsSent) {
   TestWindow window(1);
   ASSERT_TRUE(gtk_test::ShowAndWait(window.GetWidget()));
   g_signal_connect(window.GetWidget(), "event", G_CALLBACK(KeepDeleteEvent), &seen);
+  gtk_test::Pump();
+  const guint references = References(gtk_widget_get_window(window.GetWidget()));
   window.SendEvent(GDK_DELETE);
   EXPECT_EQ(0, window.deletes) << "it is queued, not handled at once";
   ASSERT_TRUE(gtk_test::PumpUntil([&] { return window.deletes != 0; }));
   EXPECT_EQ(gtk_widget_get_window(window.GetWidget()), seen.window);
   EXPECT_EQ(-1, seen.send_event);
   EXPECT_EQ(1, window.deletes);
+  gtk_test::Pump();
+  EXPECT_EQ(references, References(seen.window)) << "the event took its own and gave it back";
   gtk_widget_destroy(window.GetWidget());
 }
 
