@@ -2,9 +2,12 @@
 import pathlib
 import pwd
 import os
+import shutil
 import signal
 import subprocess
 import time
+
+import pytest
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 LAB = str(TOP / "script" / "lab")
@@ -88,6 +91,37 @@ def test_office_takes_what_is_sent_to_scanners_and_to_all():
     sender = ("10.77.0.10", 8888)
     expected = [(to, sender) for to in (b"10.77.0.101", b"10.77.1.7", b"255.255.255.255")]
     assert output("--", "sh", "-c", script) == f"{expected}\n"
+
+
+# Stands in front of ip: the first looks at eth0 find it without a link.
+LATE_LINK = """#!/bin/sh
+if [ "$*" = "link show dev eth0" ]; then
+  echo look >>{folder}/looks
+  if [ $(wc -l <{folder}/looks) -le 3 ]; then
+    echo "2: eth0@if2: <NO-CARRIER,BROADCAST,MULTICAST,UP> mtu 1500 qdisc {qdisc} state {state}"
+    exit
+  fi
+fi
+exec {ip} "$@"
+"""
+
+
+@pytest.mark.parametrize("qdisc, state", [("noqueue", "LOWERLAYERDOWN "), ("noop", "UP ")])
+def test_command_starts_when_both_ends_of_the_link_have_noticed_each_other(
+    tmp_path, qdisc, state
+):
+    """What is sent before is lost."""
+    tool = tmp_path / "ip"
+    tool.write_text(
+        LATE_LINK.format(folder=tmp_path, qdisc=qdisc, state=state, ip=shutil.which("ip"))
+    )
+    tool.chmod(0o755)
+    environment = {**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"}
+    look = "cat looks; ip link show dev eth0; lab-office ip link show dev lan0"
+    words = ["--keep", str(tmp_path), "--", "sh", "-c", look]
+    seen = output(*words, env=environment, cwd=tmp_path)
+    assert seen.count("look\n") == 4
+    assert seen.count(" qdisc noqueue state UP ") == 2
 
 
 def test_files_are_private_and_vanish():
