@@ -160,7 +160,7 @@ def test_accessibility_bus_answers():
 
 
 def test_stopping_it_ends_everything_in_it():
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
         word = f"9{os.getpid()}{int(number)}"
         running = subprocess.Popen([LAB, "--display", "--", "sleep", word])
         deadline = time.monotonic() + 30
