@@ -4,6 +4,8 @@ import re
 import subprocess
 from typing import NamedTuple
 
+from desktop_driver.links import wait_for_links
+
 PROGRAM = os.environ.get("VELTRANA_PROBE", "dvx-probe")
 
 
@@ -50,6 +52,7 @@ ip address add 10.77.0.10/16 broadcast + dev eth0
 ip link set eth0 up
 ip route add default via 10.77.0.1'
 """
+CABLES = [("eth0", "lan0"), ("eth1", "lan1")]
 SUDO = '#!/bin/sh\nexec "$@"\n'
 
 
@@ -103,7 +106,12 @@ class Stage:
     def office(self, script):
         return run_command(*self.on_office, "sh", "-ec", script)
 
+    def settle(self):
+        """Waits until nothing is pending of what the test did to the cables."""
+        wait_for_links(self.on_desk, self.on_office, CABLES)
+
     def run(self, *arguments, before=()):
+        self.settle()
         return run(
             *arguments, wrapper=(*self.on_desk, *before), environment={"PATH": self.path}
         )

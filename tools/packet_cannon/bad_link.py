@@ -14,6 +14,8 @@ import threading
 import time
 from typing import NamedTuple
 
+from desktop_driver.links import wait_for_links
+
 from .office import OFFICE, in_namespace
 
 WIRE = "/tmp/.lab/wire"
@@ -99,6 +101,9 @@ class BadLink:
 
     def __init__(self, seed):
         subprocess.run(["sh", "-ec", LAY], check=True)
+        wire = ("nsenter", f"--net={WIRE}", "--")
+        wait_for_links((), wire, [("eth0", "desk0")])
+        wait_for_links(("lab-office",), wire, [("lan0", "office0")])
         self.faults = Faults()
         self.passed = []
         self.counts = {"lost": 0, "doubled": 0, "passed": 0}
