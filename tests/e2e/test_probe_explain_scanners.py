@@ -1,6 +1,12 @@
 """dvx-probe explain about scanners that are there, but not as they should be."""
+import signal
+import subprocess
+import time
+
 import probe
 import pytest
+
+from desktop_driver.waiting import wait_until
 
 
 @pytest.fixture
@@ -125,6 +131,21 @@ def test_scanner_that_answers_too_late(stage, start_scanners):
     command = explained.commands("late")[0]
     assert command == "dvx-probe register --all --wait 3"
     assert "10.77.0.102      registered" in stage.desk(command)
+
+
+def test_answer_that_waits_for_a_busy_computer_is_not_late(stage, start_scanners):
+    """What counts is when it came in, not when it was looked at."""
+    peers = start_scanners("[scanner One]\ndelay.discovery = 400\n")
+    stage.settle()
+    command = [*stage.on_desk, probe.PROGRAM, "explain", "--wait", "1.2"]
+    running = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    wait_until(lambda: peers.asked("discovery"), "the search")
+    running.send_signal(signal.SIGSTOP)
+    wait_until(lambda: peers.log(direction="sent"), "the answer")
+    time.sleep(1.5)
+    running.send_signal(signal.SIGCONT)
+    text, _errors = running.communicate(timeout=120)
+    assert list(probe.findings(text)) == ["all-well"], text
 
 
 def test_scanner_that_answers_twice(stage, start_scanners):

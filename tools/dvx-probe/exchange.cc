@@ -18,7 +18,6 @@ struct Conversation {
   CUdpPort port;
   const Question* question;
   Outcome* outcome;
-  Clock::time_point begin;
   Clock::time_point end;
 };
 
@@ -36,8 +35,7 @@ class CExchange {
     outcome->sendError = port.Send(question.to, question.data);
     outcome->port = port.Port();
     if (outcome->sendError != 0) return Tell();
-    const Clock::time_point now = Clock::now();
-    m_Running.push_back({std::move(port), &question, outcome, now, now + m_Wait});
+    m_Running.push_back({std::move(port), &question, outcome, Clock::now() + m_Wait});
   }
 
   // Waits until something happens, and takes it.
@@ -61,7 +59,9 @@ class CExchange {
   // Takes what has come for a question; returns whether that is over.
   bool Take(Conversation* item, int events) {
     if ((events & POLLERR) != 0) TakeReport(item);
-    if ((events & POLLIN) != 0 && TakeAnswer(item)) return true;
+    // An answer that came after the look, while others were taken, is not overlooked at the end.
+    const bool waited = Clock::now() >= item->end;
+    if (((events & POLLIN) != 0 || waited) && TakeAnswer(item)) return true;
     if (Clock::now() < item->end) return false;
     if (item->outcome->answers.empty()) Tell();
     return true;
@@ -81,10 +81,8 @@ class CExchange {
     while (!answer && TakeReport(item)) answer = item->port.Receive();
     if (!answer) return false;
     const bool asked = same_address(answer->from.sin_addr, item->question->to.sin_addr);
-    const Clock::time_point now = Clock::now();
-    answer->seconds = std::chrono::duration<double>(now - item->begin).count();
     item->outcome->answers.push_back(std::move(*answer));
-    item->end = now + m_Wait;
+    item->end = Clock::now() + m_Wait;
     Tell();
     return asked || m_Ends == Ends::kWithFirstAnswer;
   }

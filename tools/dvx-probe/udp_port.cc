@@ -4,8 +4,10 @@
 #include <linux/errqueue.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <stdexcept>
 
 #include "snmp/transport.h"
@@ -27,13 +29,30 @@ void SwitchOn(int fd, int level, int option) {
 
 // The contents of a control message of this kind, zeros when there is none.
 template <typename T>
-T ControlMessage(msghdr* message, int type) {
+T ControlMessage(msghdr* message, int type, int level = IPPROTO_IP) {
   T content{};
   for (cmsghdr* item = CMSG_FIRSTHDR(message); item != nullptr; item = CMSG_NXTHDR(message, item)) {
-    if (item->cmsg_level != IPPROTO_IP || item->cmsg_type != type) continue;
+    if (item->cmsg_level != level || item->cmsg_type != type) continue;
     memcpy(&content, CMSG_DATA(item), sizeof(content));
   }
   return content;
+}
+
+std::chrono::nanoseconds Nanoseconds(const timespec& time) {
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+// The time by the clock that the kernel notes arrivals with.
+std::chrono::nanoseconds KernelTime() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return Nanoseconds(now);
+}
+
+// When a message came in, however long it waited here until it was taken.
+std::chrono::nanoseconds ArrivalOf(msghdr* message) {
+  const auto noted = ControlMessage<timespec>(message, SCM_TIMESTAMPNS, SOL_SOCKET);
+  return noted.tv_sec != 0 ? Nanoseconds(noted) : KernelTime();
 }
 
 // One message of a socket, with room for what the kernel tells about it.
@@ -63,6 +82,7 @@ CUdpPort::CUdpPort(CTrace* trace)
     : m_Socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)), m_pTrace(trace) {
   if (m_Socket.Get() < 0) throw std::runtime_error(std::string("socket: ") + strerror(errno));
   SwitchOn(m_Socket.Get(), SOL_SOCKET, SO_BROADCAST);
+  SwitchOn(m_Socket.Get(), SOL_SOCKET, SO_TIMESTAMPNS);
   SwitchOn(m_Socket.Get(), IPPROTO_IP, IP_PKTINFO);
   SwitchOn(m_Socket.Get(), IPPROTO_IP, IP_RECVTTL);
   SwitchOn(m_Socket.Get(), IPPROTO_IP, IP_RECVERR);
@@ -80,6 +100,7 @@ void CUdpPort::Use(const std::string& interface, in_addr source) {
 }
 
 int CUdpPort::Send(const sockaddr_in& to, const Bytes& data) {
+  m_Asked = KernelTime();
   const ssize_t sent = sendto(m_Socket.Get(), data.data(), data.size(), 0,
                               reinterpret_cast<const sockaddr*>(&to), sizeof(to));
   if (sent < 0) return errno;
@@ -96,7 +117,10 @@ std::optional<Datagram> CUdpPort::Receive() {
   if (received < 0) return std::nullopt;
   message.data.resize(static_cast<size_t>(received));
   const auto info = ControlMessage<in_pktinfo>(&message.header, IP_PKTINFO);
-  Datagram datagram{message.name, info.ipi_addr, info.ipi_ifindex, std::move(message.data), 0};
+  const std::chrono::duration<double> took = ArrivalOf(&message.header) - m_Asked;
+  Datagram datagram{message.name, info.ipi_addr, info.ipi_ifindex, std::move(message.data),
+                    // The clock may be set back meanwhile.
+                    std::max(0.0, took.count())};
   if (m_pTrace != nullptr) {
     const auto time_to_live = ControlMessage<int>(&message.header, IP_TTL);
     m_pTrace->Add(datagram.from, net_socket_address(datagram.to, Port()), datagram.data,

@@ -3,6 +3,7 @@
 
 #include <netinet/in.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -16,7 +17,7 @@ struct Datagram {
   in_addr to;     // the address of this computer that it was sent to
   int interface;  // the index of the interface that it came in by
   Bytes data;
-  double seconds = 0;  // since the question; for whoever asked to fill in
+  double seconds = 0;  // from the last question of its port to its arrival at this computer
 };
 
 class CUdpPort {
@@ -44,4 +45,5 @@ class CUdpPort {
   Descriptor m_Socket;
   CTrace* m_pTrace;
   in_addr m_Source{};
+  std::chrono::nanoseconds m_Asked{};  // when the last question was sent, in the kernel's time
 };
