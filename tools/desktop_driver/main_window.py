@@ -1,4 +1,6 @@
 """The main window's parts by their place in it, whatever language their texts are in."""
+from gi.repository import GLib
+
 from . import program
 from .waiting import wait_until
 from .window import Control, openings
@@ -59,13 +61,24 @@ class MainWindow(Control):
 
     def other_windows(self):
         """The program's windows besides this one, the hidden ones not counted."""
-        children = self.tool.application().children()
-        return [child for child in children if child.role != "frame" and child.showing]
+        return wait_until(self._look_for_others, "the windows to stay while they are read")[0]
+
+    def _look_for_others(self):
+        """The other windows in a tuple; None when one went away while it was read."""
+        try:
+            children = self.tool.application().children()
+            return ([child for child in children if child.role != "frame" and child.showing],)
+        except GLib.Error:
+            return None
 
     def wait_for_dialog(self, role="dialog"):
         """The one other window of the program, once it is there."""
-        wait_until(lambda: len(self.other_windows()) == 1, f"one {role} over the main window")
-        (dialog,) = self.other_windows()
+
+        def look():
+            others = self.other_windows()
+            return others if len(others) == 1 else None
+
+        (dialog,) = wait_until(look, f"one {role} over the main window")
         assert dialog.role == role, f"a {role} was expected over the main window, not {dialog!r}"
         return dialog
 

@@ -15,9 +15,12 @@ from .waiting import wait_until  # noqa: E402
 
 # How long a question to the program may take, in ms. It does not answer while it asks scanners or
 # registers, up to 27 s for a silent one. A question that reaches it while it is still connecting to
-# the bus is never answered, so the first ones are given up soon and asked again.
+# the bus is never answered, so the first ones are given up soon and asked again. On a busy machine
+# that is too soon for any answer, so each time they get a little longer.
 ANSWER_MS = 60000
 FIRST_ANSWER_MS = 300
+LONGER = 1.2
+LONGEST_FIRST_ANSWER_MS = 5000
 
 
 class Openings:
@@ -213,12 +216,21 @@ def cell_text(cell):
 def application(pid, seconds=60.0):
     """The running program with this process id, once it answers on the accessibility bus."""
     openings.watch()
+    patience = FIRST_ANSWER_MS
+
+    def programs():
+        try:
+            return pyatspi.Registry.getDesktop(0).childCount
+        except GLib.Error:  # the registry is busy
+            return 0
 
     def look():
-        desktop = pyatspi.Registry.getDesktop(0)
-        for index in range(desktop.childCount):
+        nonlocal patience
+        Atspi.set_timeout(int(patience), int(patience))
+        patience = min(patience * LONGER, LONGEST_FIRST_ANSWER_MS)
+        for index in range(programs()):
             try:
-                child = desktop.getChildAtIndex(index)
+                child = pyatspi.Registry.getDesktop(0).getChildAtIndex(index)
                 if child is None or child.get_process_id() != pid:
                     continue
                 if child.getRoleName() == "application" and child.childCount > 0:
@@ -227,7 +239,6 @@ def application(pid, seconds=60.0):
                 continue
         return None
 
-    Atspi.set_timeout(FIRST_ANSWER_MS, FIRST_ANSWER_MS)
     try:
         return wait_until(look, f"process {pid} on the accessibility bus", seconds)
     finally:
