@@ -16,7 +16,8 @@ def test_silent_scanner_is_tried_three_times_and_does_not_keep_others_out(
     silent = [entry["hex"] for entry in peers.asked("register", "Silent")]
     assert len(silent) == 3
     assert len(set(silent)) == 1
-    assert 9.0 <= duration < 13.0
+    # Three waits and no more, on however busy a machine.
+    assert 9.0 <= duration < 20.0
     (listed,) = peers.lists()["10.77.0.102"]
     assert listed["name"] == "front-desk"
     # The user is not told.
@@ -34,11 +35,12 @@ def test_late_reply_within_three_seconds_counts(open_network_page, start_scanner
 
 
 def test_unregistering_does_not_wait_for_replies(open_network_page, start_scanners):
-    peers = start_scanners(3)
+    peers = start_scanners("reply_codes = silence\n[scanner One]\n[scanner Two]\n[scanner Three]\n")
     window = open_network_page()
     window.list_up.press()
     begin = time.monotonic()
     window.wait_for_apply()
-    # A wait for the three would take 9 seconds and more.
-    assert time.monotonic() - begin < 5.0
-    wait_until(lambda: len(peers.asked("unregister")) == 3, "the commands")
+    # A wait for the three would take 27 seconds.
+    assert time.monotonic() - begin < 20.0
+    wait_until(lambda: len(peers.asked("unregister")) >= 3, "the commands")
+    assert len(peers.asked("unregister")) == 3

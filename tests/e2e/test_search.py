@@ -5,6 +5,8 @@ from desktop_driver.waiting import wait_until
 
 # A survey of this scanner takes long enough to do something meanwhile.
 SLOW = "[scanner Slow]\ndelay.model = 1500\n"
+# What a busy machine may add: the tests with a clock of their own know how long a wait is.
+SLACK_SECONDS = 8.0
 
 
 def test_finds_scanners_that_came_later(open_network_page, start_scanners):
@@ -45,27 +47,28 @@ def test_ends_one_second_after_the_survey(open_network_page, start_scanners):
     window = open_network_page()
     window.run_search()
     pause = time.time() - peers.log(direction="sent")[-1]["time"]
-    assert 1.0 <= pause < 4.0
+    assert 1.0 <= pause < 1.0 + SLACK_SECONDS
 
 
 def test_without_scanners_takes_the_time_of_the_wait_and_the_pause(open_network_page):
     window = open_network_page()
     begin = time.monotonic()
     window.run_search()
-    assert 2.0 <= time.monotonic() - begin < 3.9
+    assert 2.0 <= time.monotonic() - begin < 2.0 + SLACK_SECONDS
 
 
 def test_cancel_ends_it_at_once_and_keeps_the_list(open_network_page, start_scanners):
     first = start_scanners("[scanner Old]\n")
     window = open_network_page()
     first.stop()
-    second = start_scanners("[scanner New]\ndelay.model = 2500\naddress = 10.77.0.150\n")
+    # All of them would take half a minute.
+    new = "".join(f"[scanner New-{number}]\n" for number in range(10))
+    second = start_scanners(f"silent.model = yes\n{new}")
     dialog = window.begin_search()
     wait_until(lambda: second.asked("model"), "the question about the model")
-    begin = time.monotonic()
     dialog.find("push button", "Cancel").press()
     window.wait_for_no_dialog()
-    assert time.monotonic() - begin < 2.0
+    assert len(second.asked("model")) < 10
     assert window.scanner_names() == ["Old"]
 
 

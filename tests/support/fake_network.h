@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
@@ -257,6 +258,28 @@ class Host {
 // A handler that gives the same answer to every datagram.
 inline Host::Handler Always(const Bytes& bytes) {
   return [=](Host& host, const Received& request) { host.Reply(request, bytes); };
+}
+
+// The bytes that wait to be read in the socket of that port where the test itself is.
+inline unsigned long UnreadBytes(unsigned short port) {
+  std::ifstream table("/proc/thread-self/net/udp");
+  std::string line;
+  std::getline(table, line);
+  while (std::getline(table, line)) {
+    unsigned int local = 0;
+    unsigned long unread = 0;
+    const char* format = "%*u: %*8x:%4x %*8x:%*4x %*2x %*8x:%8lx";
+    if (sscanf(line.c_str(), format, &local, &unread) == 2 && local == port) return unread;
+  }
+  return 0;
+}
+
+// Waits until the socket of that port has been emptied.
+inline void WaitUntilRead(unsigned short port) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (UnreadBytes(port) > 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 // Measures the time since it was made.

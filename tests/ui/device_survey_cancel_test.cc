@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "app/debug_log.h"
@@ -150,10 +152,10 @@ class DeviceSurveyCancelTest : public ::testing::TestWithParam<bool> {
     for (int& moment : moments) moment = static_cast<int>(m_Random() % kLongestMicroseconds);
     std::sort(moments.begin(), moments.end());
     Survey surveys[kSurveys];
-    int now = 0;
+    // On a busy machine every sleep is too long; they must not add up.
+    const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < kSurveys; ++i) {
-      usleep(static_cast<useconds_t>(moments[i] - now));
-      now = moments[i];
+      std::this_thread::sleep_until(begin + std::chrono::microseconds(moments[i]));
       surveys[i].Cancel();
     }
     return static_cast<int>(std::count_if(std::begin(surveys), std::end(surveys),
