@@ -5,11 +5,15 @@ import os
 import shutil
 import signal
 import subprocess
-import time
+import sys
 
 import pytest
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(TOP / "tools"))
+
+from desktop_driver.waiting import wait_until  # noqa: E402  (needs the line above)
+
 LAB = str(TOP / "script" / "lab")
 
 
@@ -124,6 +128,176 @@ def test_command_starts_when_both_ends_of_the_link_have_noticed_each_other(
     assert seen.count(" qdisc noqueue state UP ") == 2
 
 
+# --- machines that have no lab --------------------------------------------------------------------
+
+# Root of a user namespace, so that these tests need no root; and an ordinary user in it.
+AS_ROOT = ("unshare", "--user", "--map-root-user", "--mount")
+AS_USER = ("unshare", "--user", "--map-user=1000", "--map-group=1000")
+
+# Runs a command with a filter, like those of containers, that refuses the system call unshare.
+FILTER = """
+import ctypes, os, struct, sys
+LOAD, EQUAL, RETURN, ALLOW, EPERM = 0x20, 0x15, 0x06, 0x7FFF0000, 0x00050001
+NUMBER = {"x86_64": 272, "aarch64": 97}[os.uname().machine]
+rules = ((LOAD, 0, 0, 0), (EQUAL, 0, 1, NUMBER), (RETURN, 0, 0, EPERM), (RETURN, 0, 0, ALLOW))
+packed = ctypes.create_string_buffer(b"".join(struct.pack("HBBI", *rule) for rule in rules))
+program = ctypes.create_string_buffer(struct.pack("HxxxxxxQ", 4, ctypes.addressof(packed)))
+libc = ctypes.CDLL(None, use_errno=True)
+NO_NEW_PRIVS, SECCOMP = 38, 22
+assert libc.prctl(NO_NEW_PRIVS, 1, 0, 0, 0) == 0
+assert libc.prctl(SECCOMP, 2, program) == 0, os.strerror(ctypes.get_errno())
+os.execvp(sys.argv[1], sys.argv[1:])
+"""
+FILTERED = ("/usr/bin/python3", "-c", FILTER)
+
+
+def refusal(*words):
+    """What the lab says that is run by these words; it must not run anything."""
+    command = [*words, LAB, "--", "echo", "it runs"]
+    done = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert (done.returncode, done.stdout) == (2, ""), done
+    return done.stderr
+
+
+def with_setting(name, value):
+    """Words that put a setting of the kernel in place of all those beside it."""
+    script = f"mount -t tmpfs none /proc/sys/kernel; echo {value} >/proc/sys/kernel/{name}"
+    return (*AS_ROOT, "sh", "-ec", f'{script}; exec "$@"', "sh")
+
+
+@pytest.mark.parametrize(
+    "setting, text",
+    [
+        (
+            ("unprivileged_userns_clone", 0),
+            "ordinary users may not make user namespaces"
+            " (sudo sysctl kernel.unprivileged_userns_clone=1), or run it as root",
+        ),
+        (
+            ("apparmor_restrict_unprivileged_userns", 1),
+            "AppArmor keeps ordinary users from using user namespaces"
+            " (sudo sysctl kernel.apparmor_restrict_unprivileged_userns=0), or run it as root",
+        ),
+        (
+            ("unprivileged_userns_clone", 1),
+            "ordinary users may not make user namespaces in this container"
+            " (start it with --security-opt seccomp=unconfined)",
+        ),
+    ],
+)
+def test_ordinary_user_without_user_namespaces_is_told_why(setting, text):
+    assert refusal(*with_setting(*setting), *AS_USER, *FILTERED) == f"lab: {text}\n"
+
+
+def test_limit_of_user_namespaces_is_told():
+    limit = 'echo 1 >/proc/sys/user/max_user_namespaces; exec "$@"'
+    assert refusal(*AS_ROOT, "sh", "-ec", limit, "sh", *AS_USER) == (
+        "lab: the kernel allows no more user namespaces"
+        " (sudo sysctl user.max_user_namespaces=10000), or run it as root\n"
+    )
+
+
+def test_limit_of_other_namespaces_is_told():
+    limit = 'echo 0 >/proc/sys/user/max_net_namespaces; exec "$@"'
+    assert refusal(*AS_ROOT, "sh", "-ec", limit, "sh") == (
+        "lab: the kernel allows no more namespaces of some kind"
+        " (sudo sysctl user.max_{mnt,net,pid,uts}_namespaces=10000)\n"
+    )
+
+
+def test_filter_of_a_container_is_told():
+    assert refusal(*AS_ROOT, *FILTERED) == (
+        "lab: the seccomp filter of this container forbids new namespaces"
+        " (start it with --security-opt seccomp=unconfined)\n"
+    )
+
+
+@pytest.mark.parametrize("capability", ["sys_admin", "net_admin"])
+def test_root_without_the_powers_of_one_is_told(capability):
+    drop = ("setpriv", f"--bounding-set=-{capability}", f"--inh-caps=-{capability}")
+    text = (
+        "lab: root may not administer this container's system and network"
+        " (start it with --cap-add SYS_ADMIN --cap-add NET_ADMIN, or --privileged)\n"
+    )
+    assert refusal(*AS_ROOT, *drop) == text
+
+
+def test_hidden_parts_of_proc_are_told():
+    hide = 'mount -t tmpfs none /proc/sys; exec "$@"'
+    assert refusal(*AS_ROOT, "sh", "-ec", hide, "sh", *AS_ROOT) == (
+        "lab: /proc cannot be mounted: parts of it are hidden in this container"
+        " (start it with --privileged)\n"
+    )
+
+
+def test_machine_without_linked_interfaces_is_told(tmp_path):
+    tool = tmp_path / "ip"
+    real = shutil.which("ip")
+    tool.write_text(f'#!/bin/sh\n[ "$1 $2" != "link add" ] || exit 2\nexec {real} "$@"\n')
+    tool.chmod(0o755)
+    environment = {**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"}
+    done = lab("--keep", str(tmp_path), "--", "echo", "it runs", env=environment)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == (
+        "lab: no pair of linked network interfaces can be made (sudo modprobe veth)\n"
+    )
+
+
+# A root folder made of the machine's own, which is no mount point unless it is made one.
+CHROOT = """
+root=$1 parts=$2
+shift 2
+case $parts in *root*) mount --bind "$root" "$root" ;; esac
+mkdir -p "$root/dev" "$root/proc" "$root/sys" "$root/tmp" "$root/root" "$root$TOP"
+for part in bin sbin lib lib32 lib64 usr etc; do
+  if [ -L "/$part" ]; then
+    cp --no-dereference "/$part" "$root/$part"
+  elif [ -d "/$part" ]; then
+    mkdir "$root/$part"
+    mount --rbind "/$part" "$root/$part"
+  fi
+done
+mount --bind "$TOP" "$root$TOP"
+for part in dev proc; do
+  case $parts in *$part*) mount --rbind "/$part" "$root/$part" ;; esac
+done
+exec chroot "$root" "$@"
+"""
+
+
+def in_chroot(folder, parts):
+    inner = ("env", f"TOP={TOP}", "sh", "-ec", CHROOT, "sh", str(folder), parts)
+    return (*AS_ROOT, *inner)
+
+
+@pytest.mark.parametrize(
+    "parts, text",
+    [
+        (
+            "dev proc",
+            "the root folder is no mount point, as in a plain chroot"
+            " (outside of it: mount --bind ROOT ROOT, and chroot again)",
+        ),
+        ("root dev", "/proc is not mounted (mount -t proc proc /proc)"),
+        (
+            "root proc",
+            "there are no devices in /dev (outside of the chroot: mount --rbind /dev ROOT/dev)",
+        ),
+    ],
+)
+def test_chroot_that_is_half_set_up_is_told_what_it_lacks(tmp_path, parts, text):
+    assert refusal(*in_chroot(tmp_path, parts)) == f"lab: {text}\n"
+
+
+def test_chroot_that_is_set_up_has_a_lab_even_without_sys(tmp_path):
+    command = [*in_chroot(tmp_path, "root dev proc"), LAB, "--", "hostname"]
+    done = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert (done.returncode, done.stdout, done.stderr) == (0, "lab-desk\n", "")
+
+
+# --- its files ------------------------------------------------------------------------------------
+
+
 def test_files_are_private_and_vanish():
     home = pwd.getpwuid(os.getuid()).pw_dir if os.getuid() == 0 else "/root"
     places = [home, "/tmp", "/usr/local/share/veltrana"]
@@ -163,12 +337,7 @@ def test_stopping_it_ends_everything_in_it():
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
         word = f"9{os.getpid()}{int(number)}"
         running = subprocess.Popen([LAB, "--display", "--", "sleep", word])
-        deadline = time.monotonic() + 30
-        while len(processes_with(word)) < 4 and time.monotonic() < deadline:
-            time.sleep(0.02)
-        assert processes_with(word), "the command does not run"
+        wait_until(lambda: len(processes_with(word)) >= 4, "the command to run", seconds=60)
         running.send_signal(number)
         running.wait(timeout=30)
-        while processes_with(word) and time.monotonic() < deadline:
-            time.sleep(0.02)
-        assert not processes_with(word)
+        wait_until(lambda: not processes_with(word), "the end of all that ran", seconds=60)
