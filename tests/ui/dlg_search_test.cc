@@ -373,7 +373,8 @@ TEST_F(DlgSearchTest, CancelDuringTheSurveyEndsWith2AtOnce) {
   EXPECT_EQ(nullptr, Search().getMachines());
   EXPECT_EQ(0, Search().getMachineNum());
   m_pSearch.reset();
-  EXPECT_LT(Seconds() - clicked, kPromptly) << "deleting the dialog waits only for the worker's end";
+  EXPECT_LT(Seconds() - clicked, kPromptly)
+      << "deleting the dialog waits only for the worker's end";
   EXPECT_EQ(1, fake_scanners::SurveysCancelled());
   EXPECT_THAT(Lines(), ElementsAre(kClicked, kCancelled));
   Make();

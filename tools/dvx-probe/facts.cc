@@ -139,8 +139,8 @@ class CInvestigation {
     m_Facts.devices = describe(scanners_of(places), true, m_Network);
   }
 
-  // The kernel begins to note when datagrams arrive a moment after a port is opened, so there is one
-  // long before anybody is asked.
+  // The kernel begins to note when datagrams arrive a moment after a port is opened, so there is
+  // one long before anybody is asked.
   const CUdpPort m_Early{nullptr};
   const Places& m_Places;
   const Network& m_Network;
