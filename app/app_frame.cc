@@ -30,8 +30,16 @@ int xApp::Start(int argc, char** argv) {
 
 void xApp::Run() {
   if (m_pMainWnd == nullptr) return;
-  g_signal_connect(m_pMainWnd->GetWidget(), "destroy", G_CALLBACK(CallBack_Destroy), this);
+  GtkWidget* widget = m_pMainWnd->GetWidget();
+  g_signal_connect(widget, "destroy", G_CALLBACK(CallBack_Destroy), this);
+  const gulong watch =
+      g_signal_connect(widget, "destroy", G_CALLBACK(gtk_widget_destroyed), &widget);
   gtk_main();
+  if (widget != nullptr) {
+    g_signal_handler_disconnect(widget, watch);
+  } else {
+    DeleteMainWindow();  // one that was destroyed in an inner loop; no handler runs any more
+  }
 }
 
 void xApp::CallBack_Destroy(GtkObject* /*object*/, void* data) {
@@ -40,13 +48,15 @@ void xApp::CallBack_Destroy(GtkObject* /*object*/, void* data) {
 
 void xApp::MainWindowDestroyed() {
   // In a dialog's own loop the window's handler that opened the dialog still runs. The window is
-  // then left to the destructor.
-  if (g_main_depth() <= 1) {
-    delete m_pMainWnd;
-    m_pMainWnd = nullptr;
-  }
+  // then left to Run, which comes after that handler.
+  if (g_main_depth() <= 1) DeleteMainWindow();
   ExitInstance();
   gtk_main_quit();
+}
+
+void xApp::DeleteMainWindow() {
+  delete m_pMainWnd;
+  m_pMainWnd = nullptr;
 }
 
 xApp* xGetApp() { return xApp::m_Instance; }

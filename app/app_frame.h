@@ -13,8 +13,9 @@ class xApp {
   xApp(const xApp&) = delete;
   xApp& operator=(const xApp&) = delete;
 
-  // Does nothing. The destructor of a derived class that made a main window deletes it, if
-  // m_pMainWnd is still set.
+  // Does nothing. A derived class that made a main window deletes it in its own destructor, if
+  // m_pMainWnd is still set, which it is unless the window's widget was destroyed: leaving the main
+  // loop alone deletes nothing.
   virtual ~xApp();
 
   // Builds the main window into m_pMainWnd; -1 for success, 0 for failure. The base builds nothing
@@ -29,12 +30,14 @@ class xApp {
   // standard error and returns 0.
   int Start(int argc, char** argv);
 
-  // Runs the GTK main loop until something leaves it. Returns at once without a main window.
+  // Runs the GTK main loop until something leaves it. Returns at once without a main window. A main
+  // window whose widget was destroyed meanwhile is deleted, and m_pMainWnd null, when it returns.
   void Run();
 
   // Handler of the main window's "destroy"; `data` is the xApp. Deletes the main window, calls
   // ExitInstance and leaves the main loop. Does nothing when `data` is null. Within the loop of a
-  // modal dialog, m_pMainWnd stays for the destructor to delete.
+  // modal dialog the window object is still needed by the handler that opened the dialog: then
+  // m_pMainWnd stays, and Run deletes the window once that handler is through.
   static void CallBack_Destroy(GtkObject* object, void* data);
 
   // The application object that was constructed last; never cleared.
@@ -45,6 +48,7 @@ class xApp {
 
  private:
   void MainWindowDestroyed();
+  void DeleteMainWindow();
 };
 
 // The application object, or null if there is none.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -245,37 +246,77 @@ TEST_F(AppFrameTest, WindowThatDestroysItsWidgetItselfIsDeletedOnce) {
   EXPECT_EQ((Texts{"OnDestroy", "window deleted", "ExitInstance in loop 1 without window"}), Log());
 }
 
-// As in the loop of a modal dialog, below which a handler of the window still runs.
-TEST_F(AppFrameTest, WindowDestroyedInAnInnerLoopIsDeletedWithTheApplication) {
-  {
-    TestApp app;
-    app.m_pMainWnd = new TestWindow;
-    FromMainLoop action(
-        [](TestApp* running) {
-          GMainLoop* inner = g_main_loop_new(nullptr, FALSE);
-          g_idle_add(
-              [](gpointer application) -> gboolean {
-                gtk_widget_destroy(static_cast<TestApp*>(application)->m_pMainWnd->GetWidget());
-                return FALSE;
-              },
-              running);
-          g_idle_add(
-              [](gpointer loop) -> gboolean {
-                g_main_loop_quit(static_cast<GMainLoop*>(loop));
-                return FALSE;
-              },
-              inner);
-          g_main_loop_run(inner);
-          g_main_loop_unref(inner);
-          Log().emplace_back("handler ended");
-        },
-        &app);
-    app.Run();
-    EXPECT_NE(nullptr, app.m_pMainWnd);
-  }
+// Destroys the main window in a loop of its own, as that of a modal dialog, below which a handler
+// of the window still runs.
+void DestroyInAnInnerLoop(xApp* app) {
+  GMainLoop* inner = g_main_loop_new(nullptr, FALSE);
+  g_idle_add(
+      [](gpointer application) -> gboolean {
+        gtk_widget_destroy(static_cast<xApp*>(application)->m_pMainWnd->GetWidget());
+        return FALSE;
+      },
+      app);
+  g_idle_add(
+      [](gpointer loop) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop*>(loop));
+        return FALSE;
+      },
+      inner);
+  g_main_loop_run(inner);
+  g_main_loop_unref(inner);
+  Log().emplace_back("handler ended");
+}
+
+TEST_F(AppFrameTest, WindowDestroyedInAnInnerLoopIsDeletedWhenTheMainLoopHasEnded) {
+  TestApp app;
+  app.m_pMainWnd = new TestWindow;
+  FromMainLoop action([](TestApp* running) { DestroyInAnInnerLoop(running); }, &app);
+  app.Run();
+  EXPECT_EQ(nullptr, app.m_pMainWnd);
   EXPECT_EQ(
       (Texts{"OnDestroy", "ExitInstance in loop 1 with window", "handler ended", "window deleted"}),
       Log());
+}
+
+// An application that leaves its window to the base class, as far as that goes.
+class PlainApp : public xApp {
+ public:
+  static gboolean Destroy(gpointer app) {
+    gtk_widget_destroy(static_cast<PlainApp*>(app)->m_pMainWnd->GetWidget());
+    return FALSE;
+  }
+  static gboolean DestroyInside(gpointer app) {
+    DestroyInAnInnerLoop(static_cast<PlainApp*>(app));
+    return FALSE;
+  }
+};
+
+TEST_F(AppFrameTest, DestroyedWindowOfAnApplicationWithoutADestructorIsDeletedInEveryLoop) {
+  for (const GSourceFunc way : {PlainApp::Destroy, PlainApp::DestroyInside}) {
+    Log().clear();
+    {
+      PlainApp app;
+      app.m_pMainWnd = new TestWindow;
+      g_idle_add(way, &app);
+      app.Run();
+      EXPECT_EQ(nullptr, app.m_pMainWnd);
+    }
+    EXPECT_EQ(1, std::count(Log().begin(), Log().end(), "window deleted"));
+  }
+}
+
+TEST_F(AppFrameTest, RunLeavesNoHandlerOfItsOwnOnAWindowThatLivesOn) {
+  TestApp app;
+  app.m_pMainWnd = new TestWindow;
+  GtkWidget* widget = app.m_pMainWnd->GetWidget();
+  g_object_ref(widget);
+  FromMainLoop action([](TestApp*) { gtk_main_quit(); }, &app);
+  app.Run();
+  EXPECT_EQ(0U, g_signal_handler_find(widget, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
+                                      reinterpret_cast<gpointer>(gtk_widget_destroyed), nullptr));
+  g_signal_handlers_disconnect_matched(widget, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, &app);
+  gtk_widget_destroy(widget);
+  g_object_unref(widget);
 }
 
 TEST_F(AppFrameTest, ListensToTheDestructionAfterTheWindowItself) {
