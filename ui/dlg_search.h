@@ -1,32 +1,27 @@
-// The dialog that searches the network for scanners, and its worker thread.
+// The dialog that searches the network for scanners.
 #pragma once
 
 #include <pthread.h>
 
-#include <atomic>
 #include <memory>
 
+#include "app/malloc_ptr.h"
 #include "ui/device_survey.h"
+#include "ui/search_job.h"
 #include "xwidgets/buttons.h"
 #include "xwidgets/dialogs.h"
 #include "xwidgets/entries.h"
 #include "xwidgets/layout.h"
 
-struct SearchState;
-
-// 1 after a search ended in another way than by being finished, 0 from the start of the next one.
-// Written on the GTK main thread, read by the worker.
-extern std::atomic<int> bCancel;
-
-// A modal dialog that runs the device survey on a worker thread. DoModel returns 1 about a second
-// after the survey has ended, and then getMachines has what it found, which may be nothing; 2 at
-// once when the user cancels. The dialog cannot be resized, and neither the window manager nor the
-// Escape key closes it.
+// A modal dialog that runs a search. DoModel returns 1 about a second after the survey has ended,
+// and then getMachines has what it found, which may be nothing; 2 at once when the user cancels.
+// The dialog cannot be resized, and neither the window manager nor the Escape key closes it.
 //
-// The worker never has the dialog's address, so that it does no harm however the dialog ends: both
-// share a SearchState, through which the main loop brings the end of the survey to the dialog if
-// that still runs. The destructor waits for the worker, which a cancelled search ends at its next
-// wait. Everything but search_thread belongs to the GTK main thread.
+// However else it ends, by another response, with its main window, or by being deleted, the search
+// is cancelled: bCancel is 1 and there are no devices. That holds up to the return of DoModel, also
+// where the search has ended in the same round of the main loop.
+//
+// The destructor waits for the search's worker, as ~SearchJob does. GTK main thread only.
 class CDlgSearch : public xDialog {
  public:
   // Makes the dialog; `parent` must not be null.
@@ -42,14 +37,18 @@ class CDlgSearch : public xDialog {
   // Does nothing.
   void OnEndDialog(int result) override;
 
-  // The devices found, allocated with malloc, or null unless DoModel has returned 1. The caller
-  // takes the array over: the dialog never frees it.
-  MACHINEINFO* getMachines() const { return m_pMachines; }
+  // What setMachines has stored last. That is the devices found, allocated with malloc, or null if
+  // there are none, when DoModel has returned 1. The caller takes the array over: the dialog never
+  // frees one that was asked for.
+  MACHINEINFO* getMachines();
 
-  // The number of devices found.
+  // The number of devices.
   int getMachineNum() const { return m_iNumMachine; }
 
-  // Stores what getMachines and getMachineNum return.
+  // Stores what getMachines and getMachineNum return. The dialog calls it in the main loop, when a
+  // finished search hands its devices over, right before it ends with 1; and with null and 0 when
+  // something cancels the search behind that. `machines` stays the caller's, however the search
+  // ends. Found devices that nobody has asked for yet are freed.
   void setMachines(MACHINEINFO* machines, int count);
 
  protected:
@@ -59,21 +58,16 @@ class CDlgSearch : public xDialog {
   std::unique_ptr<xStockButton> m_pCancel;
   MACHINEINFO* m_pMachines = nullptr;
   int m_iNumMachine = 0;
-  pthread_t m_Thread{};
-  bool m_bStarted = false;  // m_Thread is a thread that was not joined yet
-  std::shared_ptr<SearchState> m_pState;
+  pthread_t m_Thread{};                 // the worker, which m_pSearch waits for
+  MallocPtr<MACHINEINFO> m_pUnclaimed;  // m_pMachines while it is found devices nobody asked for
+  std::unique_ptr<SearchJob> m_pSearch;
 
  private:
   static void CallBack_BarShown(GtkWidget* bar, void* data);
   static void CallBack_Close(GtkDialog* dialog, void* data);
   static void CallBack_Response(GtkDialog* dialog, int response, void* data);
+  static void CallBack_Destroyed(GtkObject* dialog, void* data);
 
-  void StartWorker();
-  void CancelWorker();
-  void TakeBack();
+  void SearchDone(FoundMachines found);
+  void CancelSearch();
 };
-
-// The worker: runs the survey and, unless the search is cancelled by then, hands the devices over a
-// second later. `state` is a std::shared_ptr<SearchState>* from new, which the worker deletes.
-// Returns null. The thread may be cancelled with pthread_cancel in the deferred way.
-void* search_thread(void* state);

@@ -24,10 +24,8 @@ int __real_usleep(useconds_t microseconds);
 int __wrap_usleep(useconds_t microseconds);
 gint64 __real_g_get_monotonic_time();
 gint64 __wrap_g_get_monotonic_time();
-guint __real_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
-                             GDestroyNotify notify);
-guint __wrap_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
-                             GDestroyNotify notify);
+void __real_g_main_context_wakeup(GMainContext* context);
+void __wrap_g_main_context_wakeup(GMainContext* context);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*entry)(void*), void* argument);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
@@ -43,13 +41,13 @@ enum Step {
   kPauseBegins,  // the devices are stored
   kInPause,      // it sleeps
   kPauseEnds,
-  kBeforeAsking,  // about to send the main loop to the devices; cancelling is put off
-  kAfterAsking,   // has sent it; cancelling is still put off
+  kBeforeWaking,  // the main loop would see the end if it was awake; cancelling is put off
+  kAfterWaking,   // it is awake; cancelling is still put off
   kSaidEnd,       // nothing is left to do
 };
 
 constexpr Step kSteps[] = {kFlagRead,     kPauseBegins, kInPause, kPauseEnds,
-                           kBeforeAsking, kAfterAsking, kSaidEnd};
+                           kBeforeWaking, kAfterWaking, kSaidEnd};
 
 // The sanitizers take their time.
 const int kTimes = __sanitizer_get_current_allocated_bytes != nullptr ? 20 : 100;
@@ -97,12 +95,10 @@ int __wrap_usleep(useconds_t microseconds) {
 
 gint64 __wrap_g_get_monotonic_time() { return __real_g_get_monotonic_time() + skipped; }
 
-guint __wrap_g_idle_add_full(gint priority, GSourceFunc function, gpointer data,
-                             GDestroyNotify notify) {
-  Reach(kBeforeAsking);
-  const guint id = __real_g_idle_add_full(priority, function, data, notify);
-  Reach(kAfterAsking);
-  return id;
+void __wrap_g_main_context_wakeup(GMainContext* context) {
+  Reach(kBeforeWaking);
+  __real_g_main_context_wakeup(context);
+  Reach(kAfterWaking);
 }
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
@@ -185,8 +181,7 @@ class DlgSearchHandOverTest : public UiTest {
 
   // What is true of every search that ended with this result.
   void ExpectAllOrNothing(int result) {
-    ASSERT_TRUE(result == 1 || result == 2) << result;
-    if (result == 2) {
+    if (result != 1) {
       EXPECT_EQ(nullptr, Search().getMachines());
       EXPECT_EQ(0, Search().getMachineNum());
       EXPECT_EQ(1, bCancel);
@@ -197,6 +192,29 @@ class DlgSearchHandOverTest : public UiTest {
     EXPECT_STREQ("10.77.0.65", Search().getMachines()[1].szIPAddress);
     EXPECT_EQ(0, bCancel);
     free(Search().getMachines());
+  }
+
+  // Runs the dialog until its worker has nothing left to do, and does `other` in the round of the
+  // main loop that hears of the end, right before it or right behind it. Returns the result.
+  int RunWith(const std::function<void()>& other, bool before) {
+    Make(kSaidEnd);
+    std::unique_ptr<InMainLoop> in_front;
+    std::unique_ptr<InMainLoop> behind;
+    if (before) in_front = std::make_unique<InMainLoop>(other, G_PRIORITY_DEFAULT_IDLE);
+    const InMainLoop wait([&] {
+      EXPECT_TRUE(WorkerIsThere());
+      go_on = true;
+      if (!before) behind = std::make_unique<InMainLoop>(other, G_PRIORITY_DEFAULT_IDLE);
+    });
+    return Search().DoModel();
+  }
+  void Respond(int response) { gtk_dialog_response(GTK_DIALOG(Search().GetWidget()), response); }
+  // As when the window manager closes the dialog.
+  void CloseDialog() {
+    GdkEvent* event = gdk_event_new(GDK_DELETE);
+    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(Search().GetWidget())));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
   }
 
   std::unique_ptr<CDlgSearch> m_pSearch;
@@ -262,17 +280,83 @@ TEST_F(DlgSearchHandOverTest, CancelAndEndThatRaceGiveAllOrNothing) {
 // it, which is where the clicks of assistive technologies are handled.
 TEST_F(DlgSearchHandOverTest, CancelBehindTheEndTakesTheDevicesBack) {
   for (int i = 0; i < kTimes; ++i) {
-    Make(kSaidEnd);
-    std::unique_ptr<InMainLoop> click;
-    const InMainLoop wait([&] {
-      EXPECT_TRUE(WorkerIsThere());
-      go_on = true;
-      click = std::make_unique<InMainLoop>([&] { ClickCancel(); }, G_PRIORITY_DEFAULT_IDLE);
-    });
-    const int result = Search().DoModel();
+    const int result = RunWith([&] { ClickCancel(); }, false);
     ASSERT_EQ(2, result);
     ExpectAllOrNothing(result);
   }
+}
+
+// The last response of a round is the dialog's result.
+TEST_F(DlgSearchHandOverTest, AnotherResponseInTheRoundOfTheEndCancelsTheSearch) {
+  const std::pair<int, int> cases[] = {
+      {GTK_RESPONSE_DELETE_EVENT, 2}, {GTK_RESPONSE_NONE, 2}, {0, 2}, {2, 2}, {7, 7}};
+  for (const auto& [response, result] : cases) {
+    for (const bool before : {true, false}) {
+      EXPECT_EQ(result, RunWith([&, response = response] { Respond(response); }, before));
+      ExpectAllOrNothing(result);
+    }
+  }
+}
+
+TEST_F(DlgSearchHandOverTest, AWindowManagersCloseInTheRoundOfTheEndCancelsTheSearch) {
+  for (const bool before : {true, false}) {
+    EXPECT_EQ(2, RunWith([&] { CloseDialog(); }, before));
+    ExpectAllOrNothing(2);
+  }
+}
+
+TEST_F(DlgSearchHandOverTest, AMainWindowDestroyedInFrontOfTheEndCancelsTheSearch) {
+  EXPECT_EQ(2, RunWith([&] { gtk_widget_destroy(Window().GetWidget()); }, true));
+  ExpectAllOrNothing(2);
+}
+
+TEST_F(DlgSearchHandOverTest, ADialogDestroyedInFrontOfTheEndCancelsTheSearch) {
+  EXPECT_EQ(2, RunWith([&] { gtk_widget_destroy(Search().GetWidget()); }, true));
+  ExpectAllOrNothing(2);
+}
+
+// The search has ended, and the dialog with it.
+TEST_F(DlgSearchHandOverTest, AMainWindowDestroyedBehindTheEndLeavesTheDevicesToTheCaller) {
+  EXPECT_EQ(1, RunWith([&] { gtk_widget_destroy(Window().GetWidget()); }, false));
+  ExpectAllOrNothing(1);
+}
+
+TEST_F(DlgSearchHandOverTest, AnotherResponse1BehindTheEndChangesNothing) {
+  EXPECT_EQ(1, RunWith([&] { Respond(1); }, false));
+  ExpectAllOrNothing(1);
+}
+
+// Whoever asks for the devices has them, whatever becomes of the dialog.
+TEST_F(DlgSearchHandOverTest, DevicesThatWereAskedForAreNotTakenBack) {
+  MACHINEINFO* asked = nullptr;
+  const int result = RunWith(
+      [&] {
+        asked = Search().getMachines();
+        Respond(GTK_RESPONSE_DELETE_EVENT);
+      },
+      false);
+  EXPECT_EQ(2, result);
+  m_pSearch.reset();
+  ASSERT_NE(nullptr, asked);
+  EXPECT_STREQ("reception", asked[0].szMachineName);
+  free(asked);
+}
+
+// Devices that the caller sets in place of those found are the caller's.
+TEST_F(DlgSearchHandOverTest, DevicesSetBehindTheEndAreNotTakenBack) {
+  auto* own = static_cast<MACHINEINFO*>(calloc(1, sizeof(MACHINEINFO)));
+  strcpy(own->szModelName, "Veltrana T55");
+  const int result = RunWith(
+      [&] {
+        Search().setMachines(own, 1);
+        ClickCancel();
+      },
+      false);
+  EXPECT_EQ(2, result);
+  EXPECT_EQ(own, Search().getMachines());
+  m_pSearch.reset();
+  EXPECT_STREQ("Veltrana T55", own->szModelName);
+  free(own);
 }
 
 long AllocatedBytes() {
@@ -339,9 +423,26 @@ TEST_F(DlgSearchHandOverTest, SearchesTakeNoMoreMemoryThanTheirDialogs) {
     printf("cancelled at step %d: %ld\n", step, taken);
     EXPECT_LE(taken, dialogs + kTolerance) << "step " << step;
   }
-  const long taken = BytesLeftBy(finished);
-  printf("finished: %ld\n", taken);
-  EXPECT_LE(taken, dialogs + kTolerance);
+  const auto expect_no_more = [&](const char* how, const std::function<void()>& search) {
+    no_threads = false;
+    const long taken = BytesLeftBy(search);
+    printf("%s: %ld\n", how, taken);
+    EXPECT_LE(taken, dialogs + kTolerance) << how;
+  };
+  expect_no_more("finished", finished);
+  expect_no_more("finished, and nobody asks for the devices", [&] {
+    Make(kNowhere);
+    EXPECT_EQ(1, Search().DoModel());
+    m_pSearch.reset();
+  });
+  expect_no_more("closed behind the end", [&] {
+    EXPECT_EQ(2, RunWith([&] { Respond(GTK_RESPONSE_DELETE_EVENT); }, false));
+    m_pSearch.reset();
+  });
+  expect_no_more("destroyed in front of the end", [&] {
+    EXPECT_EQ(2, RunWith([&] { gtk_widget_destroy(Search().GetWidget()); }, true));
+    m_pSearch.reset();
+  });
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstring>
 #include <mutex>
 #include <string>
 
@@ -68,7 +69,6 @@ struct Dialog : CDlgSearch {
   static constexpr auto Machines = &Dialog::m_pMachines;
   static constexpr auto Count = &Dialog::m_iNumMachine;
   static constexpr auto Thread = &Dialog::m_Thread;
-  static constexpr auto Started = &Dialog::m_bStarted;
 };
 
 // Collects the debug lines of both threads.
@@ -250,6 +250,31 @@ TEST_F(DlgSearchTest, SetMachinesStoresBothAndTheDialogFreesNothing) {
   free(machines);
 }
 
+TEST_F(DlgSearchTest, DevicesThatTheCallerSetsStayTheCallersWhenItIsCancelled) {
+  auto* own = static_cast<MACHINEINFO*>(calloc(1, sizeof(MACHINEINFO)));
+  strcpy(own->szModelName, "Veltrana T55");
+  fake_scanners::HoldSurveys();
+  EXPECT_EQ(2, Run([&](GtkDialog*) {
+              ASSERT_TRUE(SurveyIsRunning());
+              Search().setMachines(own, 1);
+              Click(CancelButton());
+            }));
+  EXPECT_EQ(own, Search().getMachines());
+  EXPECT_EQ(1, Search().getMachineNum());
+  Make();
+  EXPECT_STREQ("Veltrana T55", own->szModelName);
+  free(own);
+}
+
+TEST_F(DlgSearchTest, DevicesFoundReplaceThoseThatTheCallerHasSet) {
+  MACHINEINFO own = {};
+  fake_scanners::SetDevices(kTwoDevices);
+  Search().setMachines(&own, 1);
+  EXPECT_EQ(1, Run([&](GtkDialog*) { EXPECT_EQ(&own, Search().getMachines()); }));
+  ASSERT_EQ(2, Search().getMachineNum());
+  EXPECT_STREQ("reception", Search().getMachines()[0].szMachineName);
+}
+
 // --- a search that ends by itself ---------------------------------------------------------------
 
 TEST_F(DlgSearchTest, EndsWith1AndTheDevicesWhenTheSurveyHasFinished) {
@@ -334,7 +359,7 @@ struct Order {
 
   void Note(const char* property) {
     seen += std::string(property) + ": cancel " + std::to_string(bCancel) + ", thread " +
-            (search->*Dialog::Started ? "started" : "not started") + "; ";
+            (search->*Dialog::Thread != 0 ? "started" : "not started") + "; ";
   }
 };
 
@@ -528,6 +553,39 @@ TEST_F(DlgSearchTest, DestroyingTheWidgetsUnderTheSearchCancelsIt) {
   Make();
   EXPECT_EQ(1, bCancel);
   EXPECT_EQ(1, fake_scanners::SurveysCancelled());
+}
+
+TEST_F(DlgSearchTest, DestroyingTheMainWindowUnderTheSearchCancelsIt) {
+  fake_scanners::HoldSurveys();
+  EXPECT_EQ(2, Run([&](GtkDialog*) {
+              ASSERT_TRUE(SurveyIsRunning());
+              gtk_widget_destroy(Window().GetWidget());
+            }));
+  EXPECT_EQ(1, bCancel);
+  EXPECT_EQ(nullptr, Search().getMachines());
+  Make();
+  EXPECT_EQ(1, fake_scanners::SurveysCancelled());
+}
+
+TEST_F(DlgSearchTest, HidingTheDialogCancelsTheSearch) {
+  fake_scanners::HoldSurveys();
+  EXPECT_EQ(2, Run([&](GtkDialog* dialog) {
+              ASSERT_TRUE(SurveyIsRunning());
+              gtk_widget_hide(GTK_WIDGET(dialog));
+            }));
+  EXPECT_EQ(1, bCancel);
+  Make();
+  EXPECT_EQ(1, fake_scanners::SurveysCancelled());
+}
+
+TEST_F(DlgSearchTest, DeletingTheDialogWaitsForTheWorker) {
+  fake_scanners::HoldSurveys();
+  Search().OnInitDialog();
+  ASSERT_TRUE(SurveyIsRunning());
+  m_pSearch.reset();
+  EXPECT_EQ(1, fake_scanners::SurveysCancelled());
+  EXPECT_EQ(1, bCancel);
+  Make();
 }
 
 TEST_F(DlgSearchTest, AResponse1OfSomebodyElseHandsNothingOver) {
