@@ -12,6 +12,7 @@
 #include "resource/rc_tables.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
+#include "ui/shown_path.h"
 #include "xwidgets/accessible.h"
 #include "xwidgets/dialogs.h"
 
@@ -63,12 +64,13 @@ void FillFrame(xFrame* frame, xLabel* label, xEntry* entry, xButton* button) {
 // hold bytes that are no UTF-8, and then the entry shows a readable form of it instead.
 void ShowPath(xEntry* entry, char* path) {
   const std::string kept = path;
-  gchar* shown = g_utf8_validate(kept.c_str(), -1, nullptr) != 0
-                     ? g_strdup(kept.c_str())
-                     : g_filename_display_name(kept.c_str());
-  entry->SetWindowText(shown);
-  g_free(shown);
+  entry->SetWindowText(ShownPath(kept).c_str());
   my_strlcpy(path, kept.c_str(), kPathSize);
+}
+
+// Takes an edit of the entry over to the path that it shows.
+void TakeEdit(xEntry* entry, char* path) {
+  my_strlcpy(path, EditedPath(path, entry->GetWindowText()).c_str(), kPathSize);
 }
 
 // A file chooser that is being shown. Destroyed with this object.
@@ -170,9 +172,9 @@ void CTabGeneral::OnNofityChanged(unsigned int id) {
   CMainWin* window = xGetMainWin();
   if (window != nullptr) window->SetModified(-1);
   if (id == kIdScanEntry) {
-    my_strlcpy(m_szScanpath, m_pScanEntry->GetWindowText(), sizeof(m_szScanpath));
+    TakeEdit(m_pScanEntry.get(), m_szScanpath);
   } else {
-    my_strlcpy(m_szOcrpath, m_pOcrEntry->GetWindowText(), sizeof(m_szOcrpath));
+    TakeEdit(m_pOcrEntry.get(), m_szOcrpath);
   }
 }
 

@@ -13,7 +13,8 @@ class CMainTabs;
 
 // The page with the save folder and the path of the OCR program, each in an entry with a
 // "Browse..." button that opens a GTK file chooser. It refuses Apply while a path does not exist.
-// GTK main thread only.
+// An entry shows U+FFFD for every byte of its path that is no UTF-8; such bytes survive edits
+// elsewhere in the line. GTK main thread only.
 class CTabGeneral : public xTabBase {
  public:
   // Builds the page and makes the default save folder, Veltrana/DVX/Scan in the home folder, step

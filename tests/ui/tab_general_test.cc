@@ -309,6 +309,33 @@ TEST_F(TabGeneralTest, APathThatIsNoUtf8IsShownReadablyAndStaysAsItIs) {
   EXPECT_EQ("/caf\xE9", Ocrpath());
 }
 
+// Types into the entry without touching the rest of its line.
+void TypeAt(const xEntry& entry, int position, const char* text) {
+  gtk_editable_insert_text(GTK_EDITABLE(entry.GetWidget()), text, -1, &position);
+}
+
+TEST_F(TabGeneralTest, BytesThatAreNoUtf8SurviveEditsElsewhereInTheLine) {
+  Write(SettingsFile(), "scanpath=\"/tmp/\xE9t\xE9\"\nocrpath=\"/caf\xE9\"\n");
+  OpenWindow();
+  TypeAt(ScanEntry(), 8, "/new");
+  EXPECT_EQ("/tmp/\xE9t\xE9/new", Scanpath());
+  TypeAt(ScanEntry(), 0, "/home");
+  EXPECT_EQ("/home/tmp/\xE9t\xE9/new", Scanpath());
+  TypeAt(ScanEntry(), 11, "x");
+  EXPECT_EQ("/home/tmp/\xE9xt\xE9/new", Scanpath());
+  TypeAt(OcrEntry(), 1, "x");
+  EXPECT_EQ("/xcaf\xE9", Ocrpath());
+  gtk_editable_delete_text(GTK_EDITABLE(OcrEntry().GetWidget()), 1, 4);
+  EXPECT_EQ("/f\xE9", Ocrpath());
+}
+
+TEST_F(TabGeneralTest, ALineThatIsReplacedKeepsNothing) {
+  Write(SettingsFile(), "scanpath=\"/tmp/\xE9\"\n");
+  OpenWindow();
+  Type(ScanEntry(), "/scans");
+  EXPECT_EQ("/scans", Scanpath());
+}
+
 // --- editing ------------------------------------------------------------------------------------
 
 TEST_F(TabGeneralTest, TypingTakesThePathOverAndMarksTheSettingsModified) {
