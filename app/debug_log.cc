@@ -2,12 +2,17 @@
 #include "app/debug_log.h"
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
 #include "app/cancellation_off.h"
+#include "app/malloc_ptr.h"
+#include "app/timely_write.h"
 
 namespace {
 
@@ -24,6 +29,42 @@ FILE* OpenLog() {
   FILE* log = fdopen(fd, "a");
   if (log == nullptr) close(fd);
   return log;
+}
+
+// The reader of standard error took nothing for too long, and has taken nothing since.
+std::atomic<bool> reader_has_stopped{false};
+
+int Patience() { return reader_has_stopped ? 0 : kStderrPatienceMs; }
+
+// A stream that somebody has given a buffer keeps its lines in the order of the calls.
+bool WriteToBuffer(const char* text, size_t size, bool flush) {
+  if (!WaitForRoom(fileno(stderr), Patience())) return false;
+  fwrite(text, 1, size, stderr);
+  if (flush) fflush(stderr);
+  return true;
+}
+
+// The stream's lock keeps the line whole among the threads of this program.
+void WriteToStderr(const char* text, size_t size, bool flush) {
+  flockfile(stderr);
+  const bool buffered = __fbufsize(stderr) > 1;
+  const bool written = buffered ? WriteToBuffer(text, size, flush)
+                                : WritePatiently(fileno(stderr), text, size, Patience());
+  reader_has_stopped = !written;
+  funlockfile(stderr);
+}
+
+// Formats and writes a line to standard error.
+void PrintToStderr(const char* fmt, va_list args, bool flush) {
+  const int error = errno;
+  const CancellationOff guard;
+  char* text = nullptr;
+  const int length = vasprintf(&text, fmt, args);
+  if (length >= 0) {
+    const MallocPtr<char> line(text);
+    WriteToStderr(text, static_cast<size_t>(length), flush);
+  }
+  errno = error;
 }
 
 }  // namespace
@@ -44,12 +85,10 @@ void myDbgNop(const char* /*fmt*/, ...) {}
 
 void myDbgOutputStderr(const char* fmt, ...) {
   if (fmt == nullptr) return;
-  const CancellationOff guard;
   va_list args;
   va_start(args, fmt);
-  vfprintf(stderr, fmt, args);
+  PrintToStderr(fmt, args, true);
   va_end(args);
-  fflush(stderr);
 }
 
 void myDbgOutputLog(const char* fmt, ...) {
@@ -66,9 +105,8 @@ void myDbgOutputLog(const char* fmt, ...) {
 }
 
 void DebugPrintf(const char* fmt, ...) {
-  const CancellationOff guard;
   va_list args;
   va_start(args, fmt);
-  vfprintf(stderr, fmt, args);
+  PrintToStderr(fmt, args, false);
   va_end(args);
 }

@@ -6,9 +6,19 @@
 //   neither                                                      lines go nowhere
 // The first one found wins, and only its existence counts.
 //
-// Lines are written from the GTK main thread and from the search worker without a lock. The sinks
-// put off a pending thread cancellation until their line is written.
+// Lines are written from the GTK main thread and from the search worker. The sinks put off a
+// pending thread cancellation until their line is written, and so must not wait for long: a window
+// that closes waits for its worker.
+//
+// Standard error may be a pipe that is full, a terminal that was stopped with Ctrl+S, or a socket.
+// What takes nothing for kStderrPatienceMs loses the line, and then every further one at once,
+// until it takes bytes again. A reader who is merely slow thus gets all of them; one who has
+// stopped reading costs the program that time once. Nothing tells which lines were lost. What is
+// not written through here, such as the warnings of GTK, waits as ever.
 #pragma once
+
+// How long a line for standard error waits for its reader.
+constexpr int kStderrPatienceMs = 500;
 
 // Formats a line as printf does. Implementations add nothing to it.
 typedef void (*DebugFunc)(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
@@ -31,7 +41,7 @@ void initDebug();
 // Sink that drops every line.
 void myDbgNop(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
-// Sink that writes to standard error and flushes it. A null format writes nothing.
+// Sink that writes to standard error and flushes it. A null format writes nothing. Keeps errno.
 void myDbgOutputStderr(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 // Sink that appends to /tmp/VeltranaDVXTools.log, which is opened and closed for every line. A null
@@ -39,5 +49,6 @@ void myDbgOutputStderr(const char* fmt, ...) __attribute__((format(printf, 1, 2)
 // a pipe, lines that nobody reads are lost too.
 void myDbgOutputLog(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
-// Writes to standard error whatever the switch files say. The format must not be null.
+// Writes to standard error whatever the switch files say, without flushing it. The format must not
+// be null. Keeps errno.
 void DebugPrintf(const char* fmt, ...) __attribute__((format(printf, 1, 2)));

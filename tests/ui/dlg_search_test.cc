@@ -13,6 +13,7 @@
 #include "app/debug_log.h"
 #include "tests/support/accessible.h"
 #include "tests/support/line_numbers.h"
+#include "tests/support/stderr_reader.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/ui/ui_fixture.h"
 
@@ -616,6 +617,28 @@ TEST_F(DlgSearchTest, WithoutAThreadTheDialogStaysOpenUntilItIsCancelled) {
               Click(CancelButton());
             }));
   EXPECT_EQ(1, bCancel);
+}
+
+// The worker is within a debug line that waits for its reader, and cannot be cancelled there.
+TEST_F(DlgSearchTest, CancelIsNotHeldUpByAStandardErrorThatNobodyReads) {
+  const stderr_reader::Pipe pipe;
+  fake_scanners::HoldSurveys();
+  double clicked = 0;
+  {
+    const stderr_reader::StderrTo to(pipe.Writer(), pipe.Reader());
+    myDbgFunc = myDbgOutputStderr;
+    EXPECT_EQ(2, Run([&](GtkDialog*) {
+                ASSERT_TRUE(SurveyIsRunning());
+                pipe.Fill();
+                fake_scanners::Release();
+                g_usleep(50000);
+                clicked = Seconds();
+                Click(CancelButton());
+              }));
+    m_pSearch.reset();
+  }
+  EXPECT_LT(Seconds() - clicked, 4.0);
+  Make();
 }
 
 // Cancels at many points of the worker's life.
