@@ -24,6 +24,7 @@
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 constexpr unsigned int kID = 2;
@@ -376,14 +377,23 @@ class LastBytes {
   char* m_pBytes;
 };
 
+// A handler that is called without its signal finds no emission that it could stop.
+void ExpectOnlyComplaintsAboutEmissions(const gtk_test::Warnings& warnings, size_t count) {
+  EXPECT_EQ(count, warnings.Messages().size());
+  for (const std::string& message : warnings.Messages()) {
+    EXPECT_THAT(message, HasSubstr("no emission of signal \"insert-text\" to stop"));
+  }
+}
+
 TEST_F(FilteredEntry, ATextNeedsNoEndBehindItsLength) {
   m_Entry->SetInputRule(0x1020, kNameSet);
   for (const std::string text : {"a/b", "abc", "\xC3\xA9q", "ab\xE9"}) {
     const LastBytes bytes(text);
-    const gtk_test::Warnings warnings;  // there is no emission to stop
+    const gtk_test::Warnings warnings;
     const DebugLines lines;
     int position = 0;
     m_Entry->OnInsertText(bytes.Get(), 3, &position);
+    ExpectOnlyComplaintsAboutEmissions(warnings, text == "abc" ? 0 : 1);
     EXPECT_EQ("[OnInsertText(300)]: xEntryNoWide::OnInsertText(new_text = '" + text +
                   "', len = 3, pos = 0)\n",
               lines.All().front());
@@ -398,6 +408,7 @@ TEST_F(FilteredEntry, ATextOfLengthMinusOneIsReadToItsEndOnly) {
   const DebugLines lines;
   int position = 0;
   m_Entry->OnInsertText(bytes.Get(), -1, &position);
+  ExpectOnlyComplaintsAboutEmissions(warnings, 1);
   EXPECT_THAT(lines.All(),
               ElementsAre("[OnInsertText(300)]: xEntryNoWide::OnInsertText(new_text = 'a\xF0', "
                           "len = -1, pos = 0)\n"));
