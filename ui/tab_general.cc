@@ -60,13 +60,8 @@ void FillFrame(xFrame* frame, xLabel* label, xEntry* entry, xButton* button) {
   xNameAfterLabel(*label, *entry);
 }
 
-// Shows `path` in the entry, whose report of the change must leave `path` as it was: a path may
-// hold bytes that are no UTF-8, and then the entry shows a readable form of it instead.
-void ShowPath(xEntry* entry, char* path) {
-  const std::string kept = path;
-  entry->SetWindowText(ShownPath(kept).c_str());
-  my_strlcpy(path, kept.c_str(), kPathSize);
-}
+// Shows a path in the entry. The entry reports that as an edit, which changes nothing of the path.
+void ShowPath(xEntry* entry, const char* path) { entry->SetWindowText(ShownPath(path).c_str()); }
 
 // Takes an edit of the entry over to the path that it shows.
 void TakeEdit(xEntry* entry, char* path) {

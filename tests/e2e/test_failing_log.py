@@ -1,12 +1,14 @@
 """A debug log that cannot be written, through a whole use of the program."""
 import os
 import subprocess
+import time
 
 import failing
 import pytest
 
 from desktop_driver import program
 from desktop_driver.main_window import NETWORK
+from desktop_driver.waiting import wait_until
 
 LAST = "[OnNofityBtnClicked(112)]: ID_BTN_OK \n"
 
@@ -131,6 +133,43 @@ def test_pipe_that_nobody_empties_does_not_stop_the_program(open_window):
     assert window.tool.wait_for_end() == 0
     os.close(reader)
     os.close(writer)
+
+
+@pytest.fixture
+def full_pipe(tmp_path):
+    """A pipe that others hold open too, and that takes nothing more."""
+    path = tmp_path / "errors"
+    os.mkfifo(path)
+    reader = os.open(path, os.O_RDONLY | os.O_NONBLOCK)
+    writer = os.open(path, os.O_WRONLY | os.O_NONBLOCK)
+    with pytest.raises(BlockingIOError):
+        while True:
+            os.write(writer, bytes(4096))
+    yield path
+    os.close(reader)
+    os.close(writer)
+
+
+# What is not a debug line waits as ever, so there are settings, and nothing to say about them.
+def test_standard_error_that_nobody_reads_does_not_stop_the_program(
+    open_network_page, start_scanners, full_pipe
+):
+    program.switch_debug_on("err")
+    program.settings_file().parent.mkdir()
+    program.settings_file().write_text('pcListUp="1"\n')
+    peers = start_scanners("[scanner Slow]\ndelay.model = 2500\n")
+    wrapper = ["sh", "-c", 'errors=$1; shift; exec "$@" 2>"$errors"', "sh", str(full_pipe)]
+    window = open_network_page(wrapper=wrapper)
+    assert window.scanner_names() == ["Slow"]
+    dialog = window.begin_search()
+    wait_until(lambda: len(peers.asked("model")) == 2, "the question that takes long")
+    dialog.find("push button", "Cancel").press()
+    begun = time.monotonic()
+    window.wait_for_no_dialog()
+    assert time.monotonic() - begun < 2.0
+    window.ok.press()
+    assert window.tool.wait_for_end() == 0
+    assert 'pcListUp="1"\n' in program.settings_file().read_text()
 
 
 def test_standard_error_on_a_full_disk(open_window):

@@ -851,6 +851,31 @@ TEST_F(TabNetworkTest, ACancelledSearchKeepsListArrayAndSelection) {
   EXPECT_EQ(1, DeviceList().GetCurSel());
 }
 
+TEST_F(TabNetworkTest, ASearchUnderWhichTheMainWindowIsDestroyedKeepsTheDevices) {
+  OpenWindowWith(kTwoDevices);
+  const MACHINEINFO* machines = Network().*TabNetwork::Machines;
+  fake_scanners::HoldSurveys();
+  RunSearch([&](GtkDialog*) { gtk_widget_destroy(Window().GetWidget()); });
+  EXPECT_EQ(machines, Network().*TabNetwork::Machines);
+  EXPECT_EQ(2, Network().*TabNetwork::Count);
+  EXPECT_EQ(1, bCancel);
+}
+
+// The search has its result in the round of the main loop in which the window goes.
+TEST_F(TabNetworkTest, ASearchThatHasEndedWhenTheMainWindowIsDestroyedIsTakenOver) {
+  OpenWindowWith(kTwoDevices);
+  fake_scanners::SetDevices({{"Veltrana T90", "hall", "10.77.0.90"}});
+  RunSearch([&](GtkDialog* dialog) {
+    g_signal_connect_after(dialog, "response", G_CALLBACK(+[](GtkDialog*, gint, gpointer window) {
+                             gtk_widget_destroy(GTK_WIDGET(window));
+                           }),
+                           Window().GetWidget());
+  });
+  ASSERT_EQ(1, Network().*TabNetwork::Count);
+  EXPECT_STREQ("hall", (Network().*TabNetwork::Machines)[0].szMachineName);
+  EXPECT_EQ(0, bCancel);
+}
+
 TEST_F(TabNetworkTest, SearchIsRunOverTheMainWindow) {
   OpenWindow();
   ASSERT_TRUE(gtk_test::ShowAndWait(Window().GetWidget()));
