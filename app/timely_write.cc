@@ -91,11 +91,11 @@ bool WritePatiently(int fd, const char* text, size_t size, int milliseconds) {
       text += written;
       size -= static_cast<size_t>(written);
       deadline = After(milliseconds);
-    } else if (written == 0 || (errno != EAGAIN && errno != EINTR)) {
-      return false;
-    } else if (errno == EAGAIN && !WaitForRoom(fd, MillisecondsUntil(deadline))) {
-      return false;
+      continue;
     }
+    const bool full = written < 0 && errno == EAGAIN;
+    const bool interrupted = written < 0 && errno == EINTR;
+    if (!interrupted && !(full && WaitForRoom(fd, MillisecondsUntil(deadline)))) return false;
   }
   return true;
 }
