@@ -107,9 +107,18 @@ TEST_F(SearchJobTest, MovesTheDevicesOnASecondAfterTheSurvey) {
 
 // A main loop that sleeps has nothing else to wake it.
 TEST_F(SearchJobTest, WakesTheMainLoopUp) {
+  bool given_up = false;
+  const guint timer = g_timeout_add(
+      static_cast<guint>(kPatience * 1000),
+      [](gpointer late) -> gboolean {
+        *static_cast<bool*>(late) = true;
+        return TRUE;
+      },
+      &given_up);
   m_pJob->Start(&m_Thread);
-  const double deadline = Seconds() + kPatience;
-  while (m_iDone == 0 && Seconds() < deadline) g_main_context_iteration(nullptr, TRUE);
+  while (m_iDone == 0 && !given_up) g_main_context_iteration(nullptr, TRUE);
+  g_source_remove(timer);
+  EXPECT_FALSE(given_up);
   EXPECT_EQ(1, m_iDone);
 }
 
