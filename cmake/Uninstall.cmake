@@ -16,7 +16,7 @@ endforeach()
 list(REMOVE_DUPLICATES folders)
 # Folders below those that a machine has anyway. rmdir leaves those alone that are not empty.
 foreach(folder IN LISTS folders)
-  while(folder MATCHES "/share/(veltrana|doc/|icons/|bash-completion|metainfo|applications|man/)")
+  while(folder MATCHES "/share/(veltrana|dvx-probe|doc/|icons/|bash-completion|metainfo|applications|man/)")
     execute_process(COMMAND rmdir "${folder}" RESULT_VARIABLE kept ERROR_QUIET)
     if(kept)
       break()
