@@ -2,6 +2,7 @@
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 
 import pytest
@@ -14,12 +15,19 @@ LANGUAGES = (
 ).split()
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256)
 ICONS = {f"share/icons/hicolor/{size}x{size}/apps/veltrana-dvx-tools.png" for size in SIZES}
+PROBE_FILES = {
+    "bin/dvx-probe",
+    "share/man/man1/dvx-probe.1",
+    "share/bash-completion/completions/dvx-probe",
+    "share/dvx-probe/veltrana_registration.lua",
+    "share/doc/dvx-probe/docs/dvx-probe.md",
+    "share/doc/dvx-probe/docs/troubleshooting.md",
+    "share/doc/dvx-probe/docs/wire-protocols.md",
+}
 PROGRAM_FILES = {
     "bin/VeltranaDVXTools",
-    "bin/dvx-probe",
+    "share/man/man1/VeltranaDVXTools.1",
     "share/veltrana/scanner/bin/VeltranaDVXTools",
-    "share/veltrana/scanner/bin/dvx-probe",
-    "share/veltrana/scanner/wireshark/veltrana_registration.lua",
     *(f"share/veltrana/scanner/data/{name}/DVXTOOLS.RCT" for name in LANGUAGES),
 }
 DESKTOP_FILES = {
@@ -28,12 +36,15 @@ DESKTOP_FILES = {
     "share/icons/hicolor/scalable/apps/veltrana-dvx-tools.svg",
     *ICONS,
 }
-MANUAL_FILES = {
-    "share/man/man1/VeltranaDVXTools.1",
-    "share/man/man1/dvx-probe.1",
-    "share/bash-completion/completions/dvx-probe",
+DOCUMENTS = {
+    f"share/doc/veltrana-dvx-tools/{name}"
+    for name in (
+        "README.md", "CHANGELOG.md", "SECURITY.md", "docs/accessibility.md", "docs/dvx-probe.md",
+        "docs/troubleshooting.md", "docs/wire-protocols.md", "docs/images/general.png",
+        "docs/images/network.png",
+    )
 }
-DOCUMENTS = "share/doc/veltrana-dvx-tools/"
+EVERY_FILE = PROBE_FILES | PROGRAM_FILES | DESKTOP_FILES | DOCUMENTS
 
 
 def run(*command, **environment):
@@ -61,13 +72,10 @@ def files_below(folder):
 
 
 def check_installed(prefix):
-    found = files_below(prefix)
-    documents = {name for name in found if name.startswith(DOCUMENTS)}
-    assert found - documents == PROGRAM_FILES | DESKTOP_FILES | MANUAL_FILES
-    for name in ("README.md", "CHANGELOG.md", "SECURITY.md", "docs/troubleshooting.md"):
-        assert DOCUMENTS + name in documents
+    assert files_below(prefix) == EVERY_FILE
+    link = (prefix / "bin" / "VeltranaDVXTools").readlink()
+    assert str(link) == "../share/veltrana/scanner/bin/VeltranaDVXTools"
     for name in ("VeltranaDVXTools", "dvx-probe"):
-        assert str((prefix / "bin" / name).readlink()) == f"../share/veltrana/scanner/bin/{name}"
         assert os.access(prefix / "bin" / name, os.X_OK)
 
 
@@ -88,7 +96,7 @@ def test_uninstalling_leaves_what_others_put_there(tmp_path):
     strange.touch()
     run("cmake", "--build", BUILD, "--target", "uninstall", DESTDIR=str(tmp_path))
     assert files_below(tmp_path) == {str(strange.relative_to(tmp_path))}
-    for folder in ("doc/veltrana-dvx-tools", "veltrana/scanner/data", "veltrana/scanner/wireshark"):
+    for folder in ("doc/veltrana-dvx-tools", "veltrana/scanner/data", "doc/dvx-probe", "dvx-probe"):
         assert not (tmp_path / "usr/local/share" / folder).exists()
 
 
@@ -104,10 +112,44 @@ def test_uninstalling_what_was_never_installed_says_so():
 
 def test_documents_link_to_what_is_installed_with_them(tmp_path):
     run("cmake", "--install", BUILD, "--prefix", tmp_path)
-    for document in (tmp_path / DOCUMENTS).rglob("*.md"):
-        for link in re.findall(r"\]\(([^)#]+)", document.read_text()):
-            if ":" not in link:
-                assert (document.parent / link).exists(), f"{document.name}: {link}"
+    links = []
+    for document in (tmp_path / "share/doc").rglob("*.md"):
+        links += [(document, link) for link in re.findall(r"\]\(([^)#]+)", document.read_text())
+                  if ":" not in link]
+    assert len(links) > 8
+    for document, link in links:
+        assert (document.parent / link).exists(), f"{document.name}: {link}"
+
+
+def test_the_companion_alone_asks_for_glib_only(tmp_path):
+    # Of all libraries these are known.
+    known = tmp_path / "known"
+    known.mkdir()
+    folders = run("pkg-config", "--variable", "pc_path", "pkg-config").strip().split(":")
+    for name in ("glib-2.0", "libpcre2-8"):
+        (file,) = [path for folder in folders for path in pathlib.Path(folder).glob(f"{name}.pc")]
+        shutil.copy(file, known)
+    build = tmp_path / "build"
+    run(
+        "cmake", "-S", TOP, "-B", build, "-G", "Ninja", "-D", "BUILD_TESTING=OFF",
+        "-D", "VELTRANA_GUI=OFF", "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON",
+        PKG_CONFIG_LIBDIR=str(known),
+    )
+    commands = (build / "compile_commands.json").read_text()
+    assert "/dvx-probe/main.cc" in commands
+    assert "gtk" not in commands
+    (build / "tools" / "dvx-probe").touch(mode=0o755)
+    run("cmake", "--install", build, "--prefix", tmp_path / "prefix")
+    assert files_below(tmp_path / "prefix") == PROBE_FILES
+
+
+def test_the_companion_alone_has_no_tests(tmp_path):
+    done = subprocess.run(
+        ["cmake", "-S", TOP, "-B", tmp_path, "-G", "Ninja", "-D", "VELTRANA_GUI=OFF"],
+        capture_output=True, text=True, check=False, timeout=60,
+    )
+    assert done.returncode != 0
+    assert "give -D BUILD_TESTING=OFF as well" in done.stderr
 
 
 def test_desktop_entry_is_valid():
@@ -130,7 +172,8 @@ def test_manual_page_of_the_program_is_clean():
 def test_changes_of_the_package_name_the_version_of_the_program():
     version = re.search(r"VERSION (\d+\.\d+\.\d+)", (TOP / "CMakeLists.txt").read_text())[1]
     assert f"\n## {version} " in (TOP / "CHANGELOG.md").read_text()
-    assert f"veltrana-dvx-tools ({version}-1)" in (TOP / "data/debian/changelog").read_text()
+    newest = (TOP / "debian/changelog").read_text().splitlines()[0]
+    assert newest.startswith(f"veltrana-dvx-tools ({version}-")
     assert f'<release version="{version}"' in (
         BUILD / "data/com.veltrana.DVXTools.metainfo.xml"
     ).read_text()
