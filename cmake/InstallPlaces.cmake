@@ -23,7 +23,7 @@ function(install_documents component destination)
     file(READ ${source} text)
     string(REGEX REPLACE "\n## Development\n.*" "" text "${text}")
     string(REGEX REPLACE
-      "\\[([^]\n]+)\\]\\((docs/)?(CONTRIBUTING|[a-z-]*(architecture|kept-behaviours|performance|reliability|scanner-sim|translating))[.]md(#[a-z-]*)?\\)"
+      "\\[([^]\n]+)\\]\\((docs/)?(CONTRIBUTING|[a-z-]*(architecture|kept-behaviours|performance|platforms|reliability|scanner-sim|translating))[.]md(#[a-z-]*)?\\)"
       "\\1" text "${text}")
     file(WRITE ${made}.new "${text}")
     file(COPY_FILE ${made}.new ${made} ONLY_IF_DIFFERENT)
