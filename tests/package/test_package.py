@@ -177,7 +177,10 @@ def test_two_builds_are_the_same_byte_for_byte(packages, tmp_path):
 
 def test_lintian_finds_nothing(packages):
     (changes,) = OUTPUT.glob("*.changes")
-    assert run("lintian", "--allow-root", "--display-info", "--pedantic", changes) == ""
+    # Each Debian knows another version of its policy, and an override that one of them does not need
+    # is a finding too.
+    command = ("lintian", "--allow-root", "--display-info", "--pedantic", "--suppress-tags")
+    assert run(*command, "out-of-date-standards-version,newer-standards-version", changes) == ""
 
 
 def test_the_source_package_holds_what_is_committed(packages, tmp_path):
