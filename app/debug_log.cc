@@ -5,6 +5,7 @@
 #include <stdio_ext.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -21,6 +22,9 @@ constexpr char kLogSwitch[] = "/usr/local/share/veltrana/scanner/bin/VeltranaDVX
 constexpr char kLogFile[] = "/tmp/VeltranaDVXTools.log";
 
 bool Exists(const char* path) { return access(path, F_OK) == 0; }
+
+// Bytes of a line with a few of the longest texts, which devices and settings have.
+constexpr size_t kUsualLine = 4096;
 
 // As fopen with mode "a", but a pipe without a reader does not make the program wait for one.
 FILE* OpenLog() {
@@ -54,15 +58,25 @@ void WriteToStderr(const char* text, size_t size, bool flush) {
   funlockfile(stderr);
 }
 
-// Formats and writes a line to standard error.
+// Formats and writes a line to standard error. That memory is short has to be told without any:
+// only of a line that is longer than all of the program's own the end is then missing.
 void PrintToStderr(const char* fmt, va_list args, bool flush) {
   const int error = errno;
   const CancellationOff guard;
-  char* text = nullptr;
-  const int length = vasprintf(&text, fmt, args);
-  if (length >= 0) {
-    const MallocPtr<char> line(text);
-    WriteToStderr(text, static_cast<size_t>(length), flush);
+  char line[kUsualLine];
+  va_list again;
+  va_copy(again, args);
+  const int length = vsnprintf(line, sizeof(line), fmt, args);
+  MallocPtr<char> long_line;
+  if (length >= static_cast<int>(sizeof(line))) {
+    char* text = nullptr;
+    if (vasprintf(&text, fmt, again) >= 0) long_line.reset(text);
+  }
+  va_end(again);
+  if (long_line != nullptr) {
+    WriteToStderr(long_line.get(), static_cast<size_t>(length), flush);
+  } else if (length >= 0) {
+    WriteToStderr(line, std::min(static_cast<size_t>(length), sizeof(line) - 1), flush);
   }
   errno = error;
 }

@@ -21,7 +21,10 @@ struct Case {
   const char* edited;
 };
 
-void PrintTo(const Case& value, std::ostream* out) { *out << value.path << " to " << value.text; }
+// Names the case where results are kept as XML, which has no place for bytes that are no UTF-8.
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << ShownPath(value.path) << " to " << value.text;
+}
 
 class EditedPathTest : public ::testing::TestWithParam<Case> {};
 
