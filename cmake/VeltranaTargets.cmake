@@ -75,14 +75,35 @@ function(veltrana_test name)
   set(results ${CMAKE_BINARY_DIR}/test-results)
   if(DEFINED ARG_LAB OR "LAB" IN_LIST ARG_KEYWORDS_MISSING_VALUES)
     add_test(NAME ${name}
-      COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} -- $<TARGET_FILE:${name}>
+      COMMAND ${CMAKE_SOURCE_DIR}/script/lab ${ARG_LAB} --
+              ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>
               --gtest_output=xml:${results}/${name}.xml)
     # The leak checker follows the stack through GTK, which has no frame pointers, and up to the
     # functions of fontconfig that lsan.supp names.
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${ARG_LIBRARY};lab" ENVIRONMENT
+    set(labels ${ARG_LIBRARY} lab)
+    if("--display" IN_LIST ARG_LAB)
+      list(APPEND labels display)
+    endif()
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${labels}" ENVIRONMENT
       "${sanitizer_options};ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=10")
   else()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. XML_OUTPUT_DIR ${results}/
       DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 60 LABELS ${ARG_LIBRARY})
   endif()
+endfunction()
+
+# veltrana_command(VARIABLE PROGRAM)
+# How tests start a program of this build: by its path, or where that is for a machine of another
+# kind by a script that starts it in the emulator.
+function(veltrana_command variable program)
+  set(command $<TARGET_FILE:${program}>)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    set(script ${CMAKE_BINARY_DIR}/emulated/${program})
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    file(GENERATE OUTPUT ${script}
+      CONTENT "#!/bin/sh\nexec ${emulator} ${command} \"$@\"\n"
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(command ${script})
+  endif()
+  set(${variable} ${command} PARENT_SCOPE)
 endfunction()

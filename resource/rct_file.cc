@@ -10,7 +10,7 @@
 
 #include "app/debug_log.h"
 #include "app/malloc_ptr.h"
-#include "resource/rc_tables.h"
+#include "resource/text_copy.h"
 
 namespace {
 

@@ -37,15 +37,15 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
   return g_refuseCalloc ? nullptr : __real_calloc(count, size);
 }
 char* __wrap_strdup(const char* text) { return g_refuseStrdup ? nullptr : __real_strdup(text); }
-
-void* __real__Znwm(std::size_t size);
-void* __wrap__Znwm(std::size_t size);
-
-void* __wrap__Znwm(std::size_t size) {
-  if (g_refuseNew) throw std::bad_alloc();
-  return __real__Znwm(size);
 }
+
+void* operator new(std::size_t size) {
+  void* block = g_refuseNew ? nullptr : malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
 }
+void operator delete(void* block) noexcept { free(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { free(block); }
 
 namespace {
 
