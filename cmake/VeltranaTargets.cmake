@@ -14,7 +14,9 @@ endif()
 
 add_library(veltrana_options INTERFACE)
 target_include_directories(veltrana_options INTERFACE ${CMAKE_SOURCE_DIR})
-target_compile_definitions(veltrana_options INTERFACE _GNU_SOURCE)
+# A 32-bit program would not even open a small file whose inode has a number of more than 32 bits.
+target_compile_definitions(veltrana_options INTERFACE _GNU_SOURCE
+  $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_FILE_OFFSET_BITS=64>)
 target_compile_options(veltrana_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -fno-omit-frame-pointer
   $<$<BOOL:${VELTRANA_WARNINGS_AS_ERRORS}>:-Werror>)

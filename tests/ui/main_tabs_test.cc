@@ -14,6 +14,11 @@
 extern "C" {
 FILE* __real_fdopen(int fd, const char* mode);
 FILE* __wrap_fdopen(int fd, const char* mode);
+// What calls of it are called in 32-bit programs for files of any size.
+#ifdef _FILE_OFFSET_BITS
+#define __real_fstat __real_fstat64
+#define __wrap_fstat __wrap_fstat64
+#endif
 int __real_fstat(int fd, struct stat* info);
 int __wrap_fstat(int fd, struct stat* info);
 void* __real_malloc(size_t size);

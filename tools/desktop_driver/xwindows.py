@@ -2,6 +2,7 @@
 import contextlib
 import os
 import pathlib
+import platform
 import re
 import signal
 import subprocess
@@ -13,11 +14,19 @@ MOTIF_FUNCTIONS = 1
 MOTIF_ALL_BUT = 1
 MOTIF_CLOSE = 32
 
+# The numbers of poll(2), restart_syscall(2) and epoll_wait(2), which processors have in ways of their
+# own.
+POLL, RESTARTED, EPOLL = {
+    "x86_64": (7, 219, 232),
+    "i686": (168, 0, 256),
+    "aarch64": (73, 128, 22),
+    "s390x": (168, 7, 249),
+}[platform.machine()]
 # What /proc tells of a thread that waits in poll(2), also after it was stopped meanwhile: the call's
 # number and three arguments.
-WAITING = re.compile(r"(?:7|219) 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
+WAITING = re.compile(rf"(?:{POLL}|{RESTARTED}) 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
 # The same of a thread that waits in epoll_wait(2), as the X server does.
-SERVER_WAITING = re.compile(r"232 ")
+SERVER_WAITING = re.compile(rf"{EPOLL} ")
 
 
 def run(*command):
