@@ -6,7 +6,7 @@ import subprocess
 import pytest
 
 BOOTSTRAP = pathlib.Path(__file__).resolve().parents[2] / "script" / "bootstrap"
-GROUPS = {"build", "demo", "test", "lint", "bench", "fuzz", "package", "check"}
+GROUPS = {"build", "demo", "test", "lint", "bench", "fuzz", "package", "check", "machines"}
 APT_GET = r"""#!/bin/bash
 echo "$*" >>"$TMP/calls"
 case " $* " in

@@ -1,8 +1,8 @@
 """The Debian packages: how they are built, installed, upgraded and taken away, and started from the
 menu.
 
-Works on a small Debian system in build/package/root, of the same release as this one, which is made
-once. Needs root.
+Works on a small Debian system in build/roots/, of the same release as this one, which is made once.
+Needs root.
 """
 import configparser
 import pathlib
@@ -15,7 +15,7 @@ import pytest
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 OUTPUT = TOP / "build" / "package"
-ROOT = OUTPUT / "root"
+SYSTEMS = TOP / "tests" / "support" / "debian_root"
 WINDOW = "veltrana-dvx-tools"
 PROBE = "dvx-probe"
 SCANNER = "usr/local/share/veltrana/scanner"
@@ -60,23 +60,20 @@ def run(*command, **options):
     return done.stdout
 
 
-# Runs a command on the small system.
-ENTER = ("unshare", "--mount", "--pid", "--fork", "sh", "-c",
-         'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"', ROOT)
-ENVIRONMENT = {
-    "PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND": "noninteractive", "LC_ALL": "C.UTF-8"
-}
-
-
-def in_root(*command):
-    return run(*ENTER, *command, env=ENVIRONMENT)
-
-
 def release():
     """The code name of this Debian."""
     lines = pathlib.Path("/etc/os-release").read_text().splitlines()
     (name,) = [line.split("=")[1] for line in lines if line.startswith("VERSION_CODENAME=")]
     return name
+
+
+ROOT = TOP / "build" / "roots" / f"package-{release()}"
+# Runs a command on the small system.
+ENTER = (SYSTEMS, "run", ROOT)
+
+
+def in_root(*command):
+    return run(*ENTER, *command)
 
 
 def build(checkout, output):
@@ -123,11 +120,7 @@ def packages():
 @pytest.fixture(scope="session")
 def small_system(packages):
     """A Debian system with what the packages depend on, but not the packages."""
-    ready = OUTPUT / f"root-is-ready-{release()}"
-    if not ready.exists():
-        shutil.rmtree(ROOT, ignore_errors=True)
-        run("debootstrap", "--variant=minbase", release(), ROOT)
-        ready.touch()
+    run(SYSTEMS, "make", ROOT, release())
     files = [shutil.copy(package, ROOT / "tmp") for package in packages.values()]
     names = [f"/tmp/{pathlib.Path(file).name}" for file in files]
     in_root("apt-get", "-qq", "update")
@@ -303,7 +296,7 @@ def test_the_companion_does_not_go_beside_the_single_package(single_package, pac
     shutil.copy(packages[PROBE], ROOT / "tmp")
     done = subprocess.run(
         [*ENTER, "dpkg", "--install", f"/tmp/{packages[PROBE].name}"],
-        capture_output=True, text=True, check=False, env=ENVIRONMENT,
+        capture_output=True, text=True, check=False,
     )
     assert done.returncode != 0
     assert f"{PROBE} breaks {WINDOW}" in done.stderr
