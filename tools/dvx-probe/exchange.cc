@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <list>
 
 #include "tools/dvx-probe/addresses.h"
@@ -47,7 +48,7 @@ class CExchange {
       next = std::min(next, item.end);
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
-    poll(ports.data(), ports.size(), static_cast<int>(std::max<long>(0, left)));
+    poll(ports.data(), ports.size(), static_cast<int>(std::max<int64_t>(0, left)));
     size_t number = 0;
     for (auto item = m_Running.begin(); item != m_Running.end(); ++number) {
       const bool ended = Take(&*item, ports[number].revents);

@@ -29,7 +29,8 @@ void RequireAtMost(size_t length, size_t limit) {
 }
 
 size_t LargestLength(int count) {
-  return count >= 8 ? SIZE_MAX : (static_cast<size_t>(1) << (8 * count)) - 1;
+  if (count >= static_cast<int>(sizeof(size_t))) return SIZE_MAX;
+  return (static_cast<size_t>(1) << (8 * count)) - 1;
 }
 
 void AppendLong(Bytes* out, size_t length, int count) {
@@ -115,7 +116,7 @@ std::optional<Oid> parse_oid(const std::string& text) {
   size_t start = 0;
   while (start <= text.size()) {
     const size_t point = std::min(text.find('.', start), text.size());
-    const auto number = parse_number(text.substr(start, point - start), 0, 0xFFFFFFFFL);
+    const auto number = parse_number(text.substr(start, point - start), 0, UINT32_MAX);
     if (!number) return std::nullopt;
     oid.push_back(static_cast<uint32_t>(*number));
     start = point + 1;

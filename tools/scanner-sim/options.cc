@@ -108,7 +108,7 @@ class CArguments {
     return m_Arguments[m_iNext++];
   }
 
-  long Number(long low, long high) {
+  int64_t Number(int64_t low, int64_t high) {
     const std::string text = Value();
     const auto number = parse_number(text, low, high);
     if (!number)

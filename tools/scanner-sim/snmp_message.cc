@@ -15,7 +15,8 @@ const char* const kElementNames[kElementCount] = {
     "error_index", "list",    "binding",   "name", "value",
 };
 
-std::optional<SnmpValue> NumberValue(uint8_t tag, const std::string& text, long low, long high) {
+std::optional<SnmpValue> NumberValue(uint8_t tag, const std::string& text, int64_t low,
+                                     int64_t high) {
   const auto number = parse_number(text, low, high);
   if (!number) return std::nullopt;
   return SnmpValue{tag, integer_contents(*number)};
@@ -171,9 +172,9 @@ std::optional<SnmpValue> parse_value(const std::string& text) {
   if (type == "hex") return HexValue(kTagString, rest);
   if (type == "opaque") return HexValue(kTagOpaque, rest);
   if (type == "int") return NumberValue(kTagInteger, rest, INT64_MIN, INT64_MAX);
-  if (type == "counter") return NumberValue(kTagCounter, rest, 0, 0xFFFFFFFFL);
-  if (type == "gauge") return NumberValue(kTagGauge, rest, 0, 0xFFFFFFFFL);
-  if (type == "ticks") return NumberValue(kTagTicks, rest, 0, 0xFFFFFFFFL);
+  if (type == "counter") return NumberValue(kTagCounter, rest, 0, UINT32_MAX);
+  if (type == "gauge") return NumberValue(kTagGauge, rest, 0, UINT32_MAX);
+  if (type == "ticks") return NumberValue(kTagTicks, rest, 0, UINT32_MAX);
   if (type == "address") return AddressValue(rest);
   if (type == "oid") return OidValue(rest);
   return TaggedValue(type, rest);

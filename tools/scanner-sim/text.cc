@@ -27,14 +27,14 @@ std::vector<std::string> split_words(const std::string& text) {
   return words;
 }
 
-std::optional<long> parse_number(const std::string& text, long low, long high) {
+std::optional<int64_t> parse_number(const std::string& text, int64_t low, int64_t high) {
   const std::string digits = trimmed(text);
   const bool negative = !digits.empty() && digits[0] == '-';
   const size_t first = negative ? 1 : 0;
   if (digits.size() == first || digits.find_first_not_of("0123456789", first) != std::string::npos)
     return std::nullopt;
   errno = 0;
-  const long value = std::strtol(digits.c_str(), nullptr, 10);
+  const int64_t value = std::strtoll(digits.c_str(), nullptr, 10);
   if (errno != 0 || value < low || value > high) return std::nullopt;
   return value;
 }

@@ -1,6 +1,7 @@
 // Small readers of texts that stand in scenario files and on the command line.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -20,7 +21,7 @@ std::string trimmed(const std::string& text);
 std::vector<std::string> split_words(const std::string& text);
 
 // A decimal number from low to high, or nothing.
-std::optional<long> parse_number(const std::string& text, long low, long high);
+std::optional<int64_t> parse_number(const std::string& text, int64_t low, int64_t high);
 
 // One byte as two hexadecimal digits, or nothing.
 std::optional<int> parse_hex_byte(const std::string& text);
