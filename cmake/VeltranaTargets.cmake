@@ -102,9 +102,13 @@ function(veltrana_command variable program)
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     set(script ${CMAKE_BINARY_DIR}/emulated/${program})
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
-    file(GENERATE OUTPUT ${script}
-      CONTENT "#!/bin/sh\nexec ${emulator} ${command} \"$@\"\n"
-      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    get_property(scripts GLOBAL PROPERTY VELTRANA_EMULATED)
+    if(NOT program IN_LIST scripts)
+      set_property(GLOBAL APPEND PROPERTY VELTRANA_EMULATED ${program})
+      file(GENERATE OUTPUT ${script}
+        CONTENT "#!/bin/sh\nexec ${emulator} ${command} \"$@\"\n"
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    endif()
     set(command ${script})
   endif()
   set(${variable} ${command} PARENT_SCOPE)
