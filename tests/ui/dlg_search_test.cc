@@ -165,12 +165,12 @@ TEST_F(DlgSearchTest, KeepsItsFieldsInOrder) {
   const std::ptrdiff_t first = Offset(search, search.*Dialog::Guard);
   EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(xDialog)), first);
   EXPECT_EQ(2U, sizeof(search.*Dialog::Guard));
-  EXPECT_EQ(first + 8, Offset(search, search.*Dialog::Progress));
-  EXPECT_EQ(first + 16, Offset(search, search.*Dialog::Label));
-  EXPECT_EQ(first + 24, Offset(search, search.*Dialog::Cancel));
-  EXPECT_EQ(first + 32, Offset(search, search.*Dialog::Machines));
-  EXPECT_EQ(first + 40, Offset(search, search.*Dialog::Count));
-  EXPECT_EQ(first + 48, Offset(search, search.*Dialog::Thread));
+  EXPECT_EQ(first + kPointer, Offset(search, search.*Dialog::Progress));
+  EXPECT_EQ(first + 2 * kPointer, Offset(search, search.*Dialog::Label));
+  EXPECT_EQ(first + 3 * kPointer, Offset(search, search.*Dialog::Cancel));
+  EXPECT_EQ(first + 4 * kPointer, Offset(search, search.*Dialog::Machines));
+  EXPECT_EQ(first + 5 * kPointer, Offset(search, search.*Dialog::Count));
+  EXPECT_EQ(first + 6 * kPointer, Offset(search, search.*Dialog::Thread));
 }
 
 // --- content ------------------------------------------------------------------------------------

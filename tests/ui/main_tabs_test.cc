@@ -250,9 +250,9 @@ TEST_F(MainTabsTest, KeepsItsFieldsInOrder) {
   const CMainTabs& tabs = Tabs();
   const std::ptrdiff_t first = Offset(tabs, tabs.*MainTabs::Tabs);
   EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(xNoteBook)), first);
-  EXPECT_EQ(first + 16, Offset(tabs, tabs.*MainTabs::Scanpath));
-  EXPECT_EQ(first + 16 + 512, Offset(tabs, tabs.*MainTabs::Ocrpath));
-  EXPECT_EQ(first + 16 + 1024, Offset(tabs, tabs.*MainTabs::Hostname));
+  EXPECT_EQ(first + 2 * kPointer, Offset(tabs, tabs.*MainTabs::Scanpath));
+  EXPECT_EQ(first + 2 * kPointer + 512, Offset(tabs, tabs.*MainTabs::Ocrpath));
+  EXPECT_EQ(first + 2 * kPointer + 1024, Offset(tabs, tabs.*MainTabs::Hostname));
   EXPECT_EQ(40U, sizeof(tabs.*MainTabs::Hostname));
 }
 

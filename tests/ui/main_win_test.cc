@@ -54,14 +54,14 @@ TEST_F(MainWinTest, KeepsItsFieldsInOrder) {
   const CMainWin& window = *m_pApp->MakeWindow();
   const std::ptrdiff_t first = Offset(window, window.*MainWin::OK);
   EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(xWindow)), first);
-  EXPECT_EQ(first + 8, Offset(window, window.*MainWin::Cancel));
-  EXPECT_EQ(first + 16, Offset(window, window.*MainWin::Apply));
-  EXPECT_EQ(first + 24, Offset(window, window.*MainWin::Tabs));
+  EXPECT_EQ(first + kPointer, Offset(window, window.*MainWin::Cancel));
+  EXPECT_EQ(first + 2 * kPointer, Offset(window, window.*MainWin::Apply));
+  EXPECT_EQ(first + 3 * kPointer, Offset(window, window.*MainWin::Tabs));
   const auto table = static_cast<std::ptrdiff_t>(sizeof(CRctFile));
-  EXPECT_EQ(first + 32, Offset(window, window.*MainWin::Language));
-  EXPECT_EQ(first + 32 + table, Offset(window, window.*MainWin::FirstLanguage));
-  EXPECT_EQ(first + 32 + 2 * table, Offset(window, window.*MainWin::Lock));
-  EXPECT_EQ(first + 36 + 2 * table, Offset(window, window.*MainWin::Modified));
+  EXPECT_EQ(first + 4 * kPointer, Offset(window, window.*MainWin::Language));
+  EXPECT_EQ(first + 4 * kPointer + table, Offset(window, window.*MainWin::FirstLanguage));
+  EXPECT_EQ(first + 4 * kPointer + 2 * table, Offset(window, window.*MainWin::Lock));
+  EXPECT_EQ(first + 4 * kPointer + 4 + 2 * table, Offset(window, window.*MainWin::Modified));
 }
 
 TEST_F(MainWinTest, IsFoundThroughTheApplicationObjectOnceThatHoldsIt) {

@@ -78,16 +78,16 @@ TEST_F(TabGeneralTest, KeepsItsFieldsInOrder) {
   const CTabGeneral& tab = General();
   const std::ptrdiff_t first = Offset(tab, tab.*TabGeneral::ScanFrame);
   EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(xTabBase)), first);
-  EXPECT_EQ(first + 8, Offset(tab, tab.*TabGeneral::ScanLabel));
-  EXPECT_EQ(first + 16, Offset(tab, tab.*TabGeneral::ScanBrowse));
-  EXPECT_EQ(first + 24, Offset(tab, tab.*TabGeneral::ScanEntry));
-  EXPECT_EQ(first + 32, Offset(tab, tab.*TabGeneral::OcrFrame));
-  EXPECT_EQ(first + 40, Offset(tab, tab.*TabGeneral::OcrLabel));
-  EXPECT_EQ(first + 48, Offset(tab, tab.*TabGeneral::OcrBrowse));
-  EXPECT_EQ(first + 56, Offset(tab, tab.*TabGeneral::OcrEntry));
-  EXPECT_EQ(first + 64, Offset(tab, tab.*TabGeneral::Scanpath));
-  EXPECT_EQ(first + 64 + 512, Offset(tab, tab.*TabGeneral::Ocrpath));
-  EXPECT_EQ(first + 64 + 1024, Offset(tab, tab.*TabGeneral::Guard));
+  EXPECT_EQ(first + kPointer, Offset(tab, tab.*TabGeneral::ScanLabel));
+  EXPECT_EQ(first + 2 * kPointer, Offset(tab, tab.*TabGeneral::ScanBrowse));
+  EXPECT_EQ(first + 3 * kPointer, Offset(tab, tab.*TabGeneral::ScanEntry));
+  EXPECT_EQ(first + 4 * kPointer, Offset(tab, tab.*TabGeneral::OcrFrame));
+  EXPECT_EQ(first + 5 * kPointer, Offset(tab, tab.*TabGeneral::OcrLabel));
+  EXPECT_EQ(first + 6 * kPointer, Offset(tab, tab.*TabGeneral::OcrBrowse));
+  EXPECT_EQ(first + 7 * kPointer, Offset(tab, tab.*TabGeneral::OcrEntry));
+  EXPECT_EQ(first + 8 * kPointer, Offset(tab, tab.*TabGeneral::Scanpath));
+  EXPECT_EQ(first + 8 * kPointer + 512, Offset(tab, tab.*TabGeneral::Ocrpath));
+  EXPECT_EQ(first + 8 * kPointer + 1024, Offset(tab, tab.*TabGeneral::Guard));
   EXPECT_EQ(2U, sizeof(tab.*TabGeneral::Guard));
 }
 

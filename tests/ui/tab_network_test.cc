@@ -169,18 +169,18 @@ TEST_F(TabNetworkTest, KeepsItsFieldsInOrder) {
   const CTabNetwork& tab = Network();
   const std::ptrdiff_t first = Offset(tab, tab.*TabNetwork::Machines);
   EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(xTabBase)), first);
-  EXPECT_EQ(first + 8, Offset(tab, tab.*TabNetwork::Count));
-  EXPECT_EQ(first + 12, Offset(tab, tab.*TabNetwork::Hostname));
-  EXPECT_EQ(first + 76, Offset(tab, tab.*TabNetwork::ListUpFlag));
-  EXPECT_EQ(first + 80, Offset(tab, tab.*TabNetwork::Frame));
-  EXPECT_EQ(first + 88, Offset(tab, tab.*TabNetwork::NameLabel));
-  EXPECT_EQ(first + 96, Offset(tab, tab.*TabNetwork::ListUp));
-  EXPECT_EQ(first + 104, Offset(tab, tab.*TabNetwork::NameEntry));
-  EXPECT_EQ(first + 112, Offset(tab, tab.*TabNetwork::Heading));
-  EXPECT_EQ(first + 120, Offset(tab, tab.*TabNetwork::DeviceList));
-  EXPECT_EQ(first + 128, Offset(tab, tab.*TabNetwork::Search));
-  EXPECT_EQ(first + 136, Offset(tab, tab.*TabNetwork::Configure));
-  EXPECT_EQ(first + 144, Offset(tab, tab.*TabNetwork::Guard));
+  EXPECT_EQ(first + kPointer, Offset(tab, tab.*TabNetwork::Count));
+  EXPECT_EQ(first + kPointer + 4, Offset(tab, tab.*TabNetwork::Hostname));
+  EXPECT_EQ(first + kPointer + 68, Offset(tab, tab.*TabNetwork::ListUpFlag));
+  EXPECT_EQ(first + kPointer + 72, Offset(tab, tab.*TabNetwork::Frame));
+  EXPECT_EQ(first + 2 * kPointer + 72, Offset(tab, tab.*TabNetwork::NameLabel));
+  EXPECT_EQ(first + 3 * kPointer + 72, Offset(tab, tab.*TabNetwork::ListUp));
+  EXPECT_EQ(first + 4 * kPointer + 72, Offset(tab, tab.*TabNetwork::NameEntry));
+  EXPECT_EQ(first + 5 * kPointer + 72, Offset(tab, tab.*TabNetwork::Heading));
+  EXPECT_EQ(first + 6 * kPointer + 72, Offset(tab, tab.*TabNetwork::DeviceList));
+  EXPECT_EQ(first + 7 * kPointer + 72, Offset(tab, tab.*TabNetwork::Search));
+  EXPECT_EQ(first + 8 * kPointer + 72, Offset(tab, tab.*TabNetwork::Configure));
+  EXPECT_EQ(first + 9 * kPointer + 72, Offset(tab, tab.*TabNetwork::Guard));
   EXPECT_EQ(2U, sizeof(tab.*TabNetwork::Guard));
 }
 

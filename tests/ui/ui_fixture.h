@@ -84,6 +84,8 @@ struct TabNetwork : CTabNetwork {
   static constexpr auto Guard = &TabNetwork::m_wUpdating;
 };
 
+constexpr std::ptrdiff_t kPointer = sizeof(void*);
+
 // How far into `object` a field lies, to pin the order of the fields.
 template <typename Class, typename Field>
 std::ptrdiff_t Offset(const Class& object, const Field& field) {

@@ -99,7 +99,7 @@ TEST(ButtonTables, HaveTheFixedTypesAndFields) {
   static_assert(sizeof(xButton) == sizeof(xButtonBase));
   static_assert(sizeof(xCheckBox) == sizeof(xButtonBase));
   static_assert(sizeof(xRadioBox) == sizeof(xButtonBase));
-  static_assert(sizeof(xToggleButton) == sizeof(xButtonBase) + 8, "a flag of 32 bits, padded");
+  static_assert(sizeof(xToggleButton) == sizeof(xButtonBase) + sizeof(void*), "a flag, padded");
 }
 
 // --- the base -----------------------------------------------------------------------------------

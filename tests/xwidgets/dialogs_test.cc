@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/gtk_test.h"
+#include "tests/support/record_layout.h"
 #include "tests/support/signal_handlers.h"
 #include "tests/support/vtable_slot.h"
 
@@ -156,7 +157,9 @@ TEST(DialogTables, HaveTheFixedTypesAndFields) {
   static_assert(std::is_same_v<decltype(&xColorSelectDialog::ColorRef),
                                unsigned int (xColorSelectDialog::*)() const>);
   static_assert(sizeof(xDialog) == sizeof(xWindow) + sizeof(void*));
-  static_assert(sizeof(xColorSelectDialog) == sizeof(xDialog) + 16 + sizeof(void*));
+  static_assert(sizeof(GdkColor) == 12);
+  static_assert(sizeof(xColorSelectDialog) ==
+                NextPlaceFor<void*>(sizeof(xDialog) + sizeof(GdkColor)) + sizeof(void*));
   static_assert(sizeof(xFontSelectDialog) == sizeof(xDialog) + 2 * sizeof(void*));
 }
 

@@ -15,6 +15,7 @@
 #include "resource/rc_tables.h"
 #include "tests/support/gtk_test.h"
 #include "tests/support/notify_recorder.h"
+#include "tests/support/record_layout.h"
 #include "tests/support/signal_handlers.h"
 #include "tests/support/vtable_slot.h"
 
@@ -168,7 +169,9 @@ TEST(HelpTipSlots, DrawingAreaAddsOnlyOnDrawing) {
 
 TEST_F(HelpTip, HasItsFourFieldsInOrderAndNoOther) {
   EXPECT_TRUE(Tip(&m_Control).FieldsAreInOrder());
-  EXPECT_EQ(56u, sizeof(xHelpTip));
+  // The widget's three pointers and its identifier, and the first two fields, have no gap in
+  // between.
+  EXPECT_EQ(NextPlaceFor<void*>(3 * sizeof(void*) + 12) + 2 * sizeof(void*), sizeof(xHelpTip));
 }
 
 // --- How a tip is made -------------------------------------------------------------------------

@@ -148,11 +148,12 @@ TEST(WidgetFields, AreWidgetParentAndIdentifierInThisOrder) {
   const auto offset = [&](const void* field) {
     return static_cast<const char*>(field) - static_cast<const char*>(static_cast<void*>(&widget));
   };
-  EXPECT_EQ(8, offset(&widget.m_pWidget));
-  EXPECT_EQ(16, offset(&widget.m_pParent));
-  EXPECT_EQ(24, offset(&widget.m_nID));
-  static_assert(sizeof(xWidget) == 32);
-  static_assert(sizeof(xWindow) == 32, "containers, bins and windows add no fields");
+  constexpr std::ptrdiff_t kPointer = sizeof(void*);
+  EXPECT_EQ(kPointer, offset(&widget.m_pWidget));
+  EXPECT_EQ(2 * kPointer, offset(&widget.m_pParent));
+  EXPECT_EQ(3 * kPointer, offset(&widget.m_nID));
+  static_assert(sizeof(xWidget) == 4 * sizeof(void*));
+  static_assert(sizeof(xWindow) == sizeof(xWidget), "containers, bins and windows add no fields");
 }
 
 TEST(WidgetFields, StartWithoutWidgetAndAsGiven) {
