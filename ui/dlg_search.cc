@@ -57,8 +57,9 @@ void CDlgSearch::OnInitDialog() {
 }
 
 void CDlgSearch::SearchDone(FoundMachines found) {
-  setMachines(found.machines.get(), found.count);
-  m_pUnclaimed = std::move(found.machines);
+  MACHINEINFO* machines = found.machines.release();
+  setMachines(machines, found.count);
+  m_pUnclaimed.reset(machines);
   gtk_dialog_response(GTK_DIALOG(m_pWidget), kFinished);
 }
 
