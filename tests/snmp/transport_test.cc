@@ -18,6 +18,7 @@
 #include "snmp/udp_socket.h"
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/fake_network.h"
+#include "tests/support/no_descriptors.h"
 
 using fake_network::Always;
 using fake_network::Bytes;
@@ -104,20 +105,6 @@ class ManyDescriptors {
 
  private:
   std::vector<int> m_Taken;
-};
-
-// Lets no further descriptor be opened.
-class NoDescriptors {
- public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &m_Old);
-    const rlimit none{0, m_Old.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-  }
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_Old); }
-
- private:
-  rlimit m_Old{};
 };
 
 // Tests with a fake scanner, on a port of its own instead of 3892.

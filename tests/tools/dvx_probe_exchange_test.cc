@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -16,6 +15,7 @@
 #include <utility>
 
 #include "tests/support/fake_network.h"
+#include "tests/support/no_descriptors.h"
 
 // What happens between a socket's becoming readable and its being read.
 static std::function<void(int)> g_before_reading;
@@ -249,17 +249,13 @@ TEST(Exchange, AnInterfaceAndItsAddressAreUsed) {
 }
 
 TEST(Exchange, WithoutASocketNothingCanBeAsked) {
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit none{0, before.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &none);
   std::string problem;
   try {
+    const NoDescriptors none;
     Ask(To("127.0.0.1", 9), Ends::kWithFirstAnswer, 1);
   } catch (const std::runtime_error& error) {
     problem = error.what();
   }
-  setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(problem, "socket: Too many open files");
 }
 

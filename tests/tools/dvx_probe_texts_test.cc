@@ -2,8 +2,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -12,6 +10,7 @@
 #include <stdexcept>
 
 #include "snmp/udp_socket.h"
+#include "tests/support/no_descriptors.h"
 #include "tests/tools/private_file.h"
 #include "tools/dvx-probe/addresses.h"
 #include "tools/dvx-probe/interfaces.h"
@@ -216,17 +215,13 @@ TEST(Programs, ThoseThatHangAreEnded) {
 }
 
 TEST(Interfaces, WithoutASocketTheyCannotBeListed) {
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit none{0, before.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &none);
   std::string problem;
   try {
+    const NoDescriptors none;
     list_interfaces();
   } catch (const std::runtime_error& error) {
     problem = error.what();
   }
-  setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(problem, "cannot list the network interfaces: Too many open files");
 }
 
