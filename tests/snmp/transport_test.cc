@@ -81,7 +81,7 @@ class Receiver {
 void AllowManyDescriptors() {
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = 2 * FD_SETSIZE;
+  limit.rlim_cur = rlim_t{2} * FD_SETSIZE;
   ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
 }
 

@@ -16,7 +16,14 @@ constexpr size_t NextPlaceFor(size_t end) {
   return (end + step - 1) / step * step;
 }
 
+// Bytes of a field of that type.
+template <typename Field>
+constexpr size_t FieldSize() {
+  return sizeof(FieldBehindAByte<Field>) - offsetof(FieldBehindAByte<Field>, field);
+}
+
 // Whether `field` is the next one behind `before` in that record.
-#define FOLLOWS(record, before, field) \
-  (offsetof(record, field) ==          \
-   NextPlaceFor<decltype(record::field)>(offsetof(record, before) + sizeof(record::before)))
+#define FOLLOWS(record, before, field)                              \
+  (offsetof(record, field) ==                                       \
+   NextPlaceFor<decltype(record::field)>(offsetof(record, before) + \
+                                         FieldSize<decltype(record::before)>()))

@@ -29,6 +29,7 @@ std::string Shown(const Words& words) {
 
 std::vector<std::string> Texts(const std::vector<in_addr>& addresses) {
   std::vector<std::string> texts;
+  texts.reserve(addresses.size());
   for (const in_addr address : addresses) texts.emplace_back(inet_ntoa(address));
   return texts;
 }

@@ -407,7 +407,7 @@ class Explanations : public testing::Test {
  protected:
   Explanations() : m_sFolder(private_file(".bin")), m_sPath(getenv("PATH")) {
     mkdir(m_sFolder.c_str(), 0700);
-    std::ofstream(m_sFolder + "/nmcli");
+    const std::ofstream nmcli(m_sFolder + "/nmcli");
     chmod((m_sFolder + "/nmcli").c_str(), 0700);
     setenv("PATH", m_sFolder.c_str(), 1);
   }

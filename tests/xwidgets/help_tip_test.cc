@@ -54,10 +54,10 @@ class Tip : public xHelpTip {
     const auto* label = reinterpret_cast<const char*>(&m_pLabel);
     // The first two fill the end of the base class.
     return timer < time && time < handler && handler < label && sizeof m_nTimer == 4 &&
-           sizeof m_nDisplayTime == 4 && sizeof m_nParentHandler == 8 &&
-           label + sizeof m_pLabel == static_cast<const char*>(static_cast<const void*>(
-                                          static_cast<const xHelpTip*>(this))) +
-                                          sizeof(xHelpTip);
+           sizeof m_nDisplayTime == 4 && sizeof m_nParentHandler == sizeof(gulong) &&
+           label + sizeof(void*) == static_cast<const char*>(static_cast<const void*>(
+                                        static_cast<const xHelpTip*>(this))) +
+                                        sizeof(xHelpTip);
   }
 
   void OnTimeout() override {
