@@ -1,4 +1,5 @@
 """script/bootstrap, with a package manager that this test plays."""
+import os
 import pathlib
 import re
 import subprocess
@@ -53,10 +54,10 @@ class Machine:
     def has(self, *packages):
         (self.folder / "installed").write_text("\n".join(packages) + "\n")
 
-    def run(self, *groups):
+    def run(self, *groups, through=()):
         environment = {"PATH": f"{self.folder}/bin:/usr/bin:/bin", "TMP": str(self.folder)}
         return subprocess.run(
-            [BOOTSTRAP, *groups], capture_output=True, text=True, check=False, timeout=60,
+            [*through, BOOTSTRAP, *groups], capture_output=True, text=True, check=False, timeout=60,
             env=environment, cwd=self.folder,
         )
 
@@ -152,3 +153,20 @@ def test_another_failure_of_the_package_manager_is_shown(machine):
     done = machine.run("build")
     assert done.returncode == 100
     assert done.stderr == "E: Unable to fetch some archives\n"
+
+
+def test_a_system_that_does_not_know_localhost_learns_it(machine):
+    """As a system is that debootstrap has made and no installer."""
+    machine.run("test")
+    machine.has(*machine.installed())
+    as_root = () if os.getuid() == 0 else ("--user", "--map-root-user")
+    empty_etc = 'mount -t tmpfs none /etc; "$@"; cat /etc/hosts'
+    through = ("unshare", *as_root, "--mount", "sh", "-ec", empty_etc, "sh")
+    hosts = "127.0.0.1 localhost\n::1 localhost\n"
+    done = machine.run("test", through=through)
+    assert done.stdout == "Writing /etc/hosts with localhost: there is none\n" + hosts
+    assert (done.returncode, done.stderr) == (0, "")
+    # Only the tests look the name up, and what is there stays as it is.
+    done = machine.run("demo", through=through)
+    assert "cat: /etc/hosts: No such file" in done.stderr
+    assert "Writing" not in machine.run("test").stdout

@@ -6,6 +6,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 
 import pytest
 
@@ -130,9 +131,24 @@ def test_command_starts_when_both_ends_of_the_link_have_noticed_each_other(
 
 # --- machines that have no lab --------------------------------------------------------------------
 
-# Root of a user namespace, so that these tests need no root; and an ordinary user in it.
-AS_ROOT = ("unshare", "--user", "--map-root-user", "--mount")
-AS_USER = ("unshare", "--user", "--map-user=1000", "--map-group=1000")
+
+def can_make_users():
+    """Not in a chroot: there the kernel refuses user namespaces to everybody."""
+    words = ["unshare", "--user", "--map-root-user", "true"]
+    return subprocess.run(words, capture_output=True, check=False).returncode == 0
+
+
+USERS = can_make_users()
+if USERS:
+    # Root of a user namespace, so that these tests need no root; and an ordinary user in it.
+    AS_ROOT = ("unshare", "--user", "--map-root-user", "--mount")
+    AS_USER = ("unshare", "--user", "--map-user=1000", "--map-group=1000")
+else:
+    # Root itself; and an ordinary user who may read the tree wherever it is.
+    AS_ROOT = ("unshare", "--mount")
+    READS = "+dac_read_search"
+    AS_USER = ("setpriv", "--reuid=1000", "--clear-groups", f"--inh-caps={READS}",
+               f"--ambient-caps={READS}")
 
 # Runs a command with a filter, like those of containers, that refuses the system call unshare.
 FILTER = """
@@ -151,12 +167,31 @@ os.execvp(sys.argv[1], sys.argv[1:])
 FILTERED = ("/usr/bin/python3", "-c", FILTER)
 
 
-def refusal(*words):
+def refusal(*words, **options):
     """What the lab says that is run by these words; it must not run anything."""
     command = [*words, LAB, "--", "echo", "it runs"]
-    done = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    done = subprocess.run(
+        command, capture_output=True, text=True, timeout=60, check=False, **options
+    )
     assert (done.returncode, done.stdout) == (2, ""), done
     return done.stderr
+
+
+def refusal_after(setting, *as_user, said):
+    """What the lab says when a setting of the machine keeps it from making namespaces.
+
+    Where no user namespace holds the setting for these tests alone, nobody changes it: a tool in
+    the way of unshare says what unshare then says.
+    """
+    if USERS:
+        return refusal(*AS_ROOT, "sh", "-ec", f'{setting}; exec "$@"', "sh", *as_user)
+    with tempfile.TemporaryDirectory() as folder:  # not in a folder that is root's alone
+        tool = pathlib.Path(folder, "unshare")
+        tool.write_text(f"#!/bin/sh\necho 'unshare: {said}' >&2\nexit 1\n")
+        tool.chmod(0o755)
+        tool.parent.chmod(0o755)
+        environment = {**os.environ, "PATH": f"{folder}:{os.environ['PATH']}"}
+        return refusal(*as_user, env=environment)
 
 
 def with_setting(name, value):
@@ -190,16 +225,18 @@ def test_ordinary_user_without_user_namespaces_is_told_why(setting, text):
 
 
 def test_limit_of_user_namespaces_is_told():
-    limit = 'echo 1 >/proc/sys/user/max_user_namespaces; exec "$@"'
-    assert refusal(*AS_ROOT, "sh", "-ec", limit, "sh", *AS_USER) == (
+    setting = "echo 1 >/proc/sys/user/max_user_namespaces"
+    said = "unshare failed: No space left on device"
+    assert refusal_after(setting, *AS_USER, said=said) == (
         "lab: the kernel allows no more user namespaces"
         " (sudo sysctl user.max_user_namespaces=10000), or run it as root\n"
     )
 
 
 def test_limit_of_other_namespaces_is_told():
-    limit = 'echo 0 >/proc/sys/user/max_net_namespaces; exec "$@"'
-    assert refusal(*AS_ROOT, "sh", "-ec", limit, "sh") == (
+    setting = "echo 0 >/proc/sys/user/max_net_namespaces"
+    said = "unshare failed: No space left on device"
+    assert refusal_after(setting, said=said) == (
         "lab: the kernel allows no more namespaces of some kind"
         " (sudo sysctl user.max_{mnt,net,pid,uts}_namespaces=10000)\n"
     )
@@ -223,8 +260,9 @@ def test_root_without_the_powers_of_one_is_told(capability):
 
 
 def test_hidden_parts_of_proc_are_told():
-    hide = 'mount -t tmpfs none /proc/sys; exec "$@"'
-    assert refusal(*AS_ROOT, "sh", "-ec", hide, "sh", *AS_ROOT) == (
+    setting = "mount -t tmpfs none /proc/sys"
+    said = "mount /proc failed: Operation not permitted"
+    assert refusal_after(setting, *(AS_ROOT if USERS else ()), said=said) == (
         "lab: /proc cannot be mounted: parts of it are hidden in this container"
         " (start it with --privileged)\n"
     )
