@@ -1,6 +1,6 @@
 // The program's entry.
-#include "app/app_frame.h"
-#include "app/debug_log.h"
+#include "app/frame/app_frame.h"
+#include "app/log/debug_log.h"
 
 // The exit status is 0 whatever happens.
 int main(int argc, char** argv) {

@@ -1,7 +1,7 @@
 // The application: makes the main window and shows it.
 #pragma once
 
-#include "app/app_frame.h"
+#include "app/frame/app_frame.h"
 
 // The program's application object. Its only instance is theApp.
 class CMainApp : public xApp {

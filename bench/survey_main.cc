@@ -4,11 +4,11 @@
 #include <cstring>
 #include <memory>
 
-#include "app/debug_log.h"
-#include "app/malloc_ptr.h"
+#include "app/log/debug_log.h"
+#include "base/malloc_ptr.h"
 #include "bench/peak_memory.h"
 #include "bench/stop_watch.h"
-#include "ui/device_survey.h"
+#include "ui/survey/device_survey.h"
 
 namespace {
 

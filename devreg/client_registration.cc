@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 
 // The lines about interfaces carry the name of the function that is asked for them.
 #define GET_IP_MAC_HERE "get_ip_mac", __LINE__

@@ -2,7 +2,7 @@
 // devreg/udp_command.h.
 #pragma once
 
-#include "app/malloc_ptr.h"
+#include "base/malloc_ptr.h"
 #include "devreg/udp_command.h"
 
 // Seconds to wait for a reply, and how often a packet is sent at most.

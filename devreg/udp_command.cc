@@ -7,7 +7,7 @@
 #include <ctime>
 #include <limits>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "devreg/command_packet.h"
 
 namespace {

@@ -10,14 +10,14 @@
 //   18  two zeros
 //   20  data
 //
-// Packets go to udpCommandPort1 (snmp/transport.h). The functions reseed the C library's rand()
+// Packets go to udpCommandPort1 (snmp/udp/transport.h). The functions reseed the C library's rand()
 // with the time in seconds whenever they draw a sequence number, so that commands of the same
 // second have the same number. They are called on the GTK main thread and block it while they wait.
 // Nothing throws when memory is short. In a process with 1024 files open no reply can be waited for
-// (snmp/transport.h): the command is sent once, and the result is -1.
+// (snmp/udp/transport.h): the command is sent once, and the result is -1.
 #pragma once
 
-#include "snmp/transport.h"
+#include "snmp/udp/transport.h"
 
 // A command or a reply. Note that the packet has category and command the other way round.
 struct UDPCOMMAND {

@@ -7,7 +7,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-#include "resource/text_copy.h"
+#include "base/text_copy.h"
 
 // The text `string` of the window or tab `dialog` in the language that the environment variable
 // LANG names, otherwise in English, otherwise null. No language is compiled in, so that every

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <memory>
 
-#include "app/debug_log.h"
-#include "app/malloc_ptr.h"
-#include "resource/text_copy.h"
+#include "app/log/debug_log.h"
+#include "base/malloc_ptr.h"
+#include "base/text_copy.h"
 
 namespace {
 

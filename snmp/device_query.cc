@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "snmp/copy_text.h"
+#include "base/copy_text.h"
 #include "snmp/request.h"
 #include "snmp/simple_pdu.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "app/malloc_ptr.h"
+#include "base/malloc_ptr.h"
 #include "snmp/asn.h"
 
 namespace {

@@ -6,13 +6,13 @@
 
 #include <cstring>
 
-#include "app/cancellation_off.h"
-#include "app/debug_log.h"
-#include "app/malloc_ptr.h"
+#include "app/log/debug_log.h"
+#include "base/cancellation_off.h"
+#include "base/copy_text.h"
+#include "base/malloc_ptr.h"
 #include "snmp/asn.h"
-#include "snmp/copy_text.h"
-#include "snmp/transport.h"
-#include "snmp/udp_socket.h"
+#include "snmp/udp/transport.h"
+#include "snmp/udp/udp_socket.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "app/malloc_ptr.h"
+#include "base/malloc_ptr.h"
 #include "snmp/asn.h"
 
 namespace {

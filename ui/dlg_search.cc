@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "ui/main_win.h"
 #include "xwidgets/accessible.h"
 

@@ -5,9 +5,9 @@
 
 #include <memory>
 
-#include "app/malloc_ptr.h"
-#include "ui/device_survey.h"
-#include "ui/search_job.h"
+#include "base/malloc_ptr.h"
+#include "ui/survey/device_survey.h"
+#include "ui/survey/search_job.h"
 #include "xwidgets/buttons.h"
 #include "xwidgets/dialogs.h"
 #include "xwidgets/entries.h"

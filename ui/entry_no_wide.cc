@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 
 namespace {
 

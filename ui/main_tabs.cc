@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "app/debug_log.h"
-#include "app/malloc_ptr.h"
+#include "app/log/debug_log.h"
+#include "base/malloc_ptr.h"
 #include "resource/rc_tables.h"
 #include "ui/main_win.h"
 #include "ui/settings_text.h"

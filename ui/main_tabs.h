@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "ui/home_path.h"
+#include "ui/settings/home_path.h"
 #include "xwidgets/layout.h"
 #include "xwidgets/tab_base.h"
 

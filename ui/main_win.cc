@@ -3,10 +3,10 @@
 
 #include <gtk/gtk.h>
 
-#include "app/app_frame.h"
-#include "app/debug_log.h"
+#include "app/frame/app_frame.h"
+#include "app/log/debug_log.h"
+#include "base/valid_utf8.h"
 #include "resource/rc_tables.h"
-#include "ui/valid_utf8.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 #include <cstring>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "resource/rc_tables.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
-#include "ui/shown_path.h"
+#include "ui/settings/shown_path.h"
 #include "xwidgets/accessible.h"
 #include "xwidgets/dialogs.h"
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "ui/home_path.h"
+#include "ui/settings/home_path.h"
 #include "xwidgets/buttons.h"
 #include "xwidgets/entries.h"
 #include "xwidgets/layout.h"

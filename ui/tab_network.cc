@@ -9,14 +9,14 @@
 #include <cstring>
 #include <string>
 
-#include "app/debug_log.h"
-#include "app/kept_memory.h"
+#include "app/log/debug_log.h"
+#include "base/kept_memory.h"
+#include "base/valid_utf8.h"
 #include "devreg/client_registration.h"
 #include "resource/rc_tables.h"
 #include "ui/dlg_search.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
-#include "ui/valid_utf8.h"
 #include "xwidgets/accessible.h"
 
 namespace {

@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "ui/device_survey.h"
 #include "ui/entry_no_wide.h"
-#include "ui/host_name.h"
+#include "ui/settings/host_name.h"
+#include "ui/survey/device_survey.h"
 #include "xwidgets/buttons.h"
 #include "xwidgets/layout.h"
 #include "xwidgets/lists.h"

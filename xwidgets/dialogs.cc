@@ -3,7 +3,7 @@
 
 #include <cstdarg>
 
-#include "app/kept_memory.h"
+#include "base/kept_memory.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "resource/rc_tables.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/ui/ui_fixture.h"
 

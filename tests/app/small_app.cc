@@ -2,7 +2,7 @@
 // with SMALL_APP_SUCCEEDS, 0 for one whose InitInstance fails.
 #include <cstdio>
 
-#include "app/app_frame.h"
+#include "app/frame/app_frame.h"
 
 namespace {
 

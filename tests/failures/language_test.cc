@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "resource/rct_file.h"
 #include "tests/failures/failing_calls.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "devreg/client_registration.h"
 #include "devreg/udp_command.h"
 #include "tests/failures/failing_calls.h"

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "tests/failures/failing_calls.h"
 #include "tests/ui/ui_fixture.h"
 

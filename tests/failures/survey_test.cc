@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "tests/failures/failing_calls.h"
 #include "tests/failures/other_process.h"
 #include "tests/support/snmp_answer.h"
-#include "ui/device_survey.h"
+#include "ui/survey/device_survey.h"
 
 namespace {
 

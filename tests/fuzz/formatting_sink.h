@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 
 namespace fuzz {
 

@@ -7,8 +7,8 @@
 #include <cctype>
 
 #include "tests/fuzz/fuzz_target.h"
-#include "ui/host_name.h"
 #include "ui/input_filter.h"
+#include "ui/settings/host_name.h"
 
 namespace {
 

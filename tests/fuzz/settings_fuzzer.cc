@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 #include "tests/fuzz/fuzz_target.h"
-#include "ui/host_name.h"
+#include "ui/settings/host_name.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "app/malloc_ptr.h"
+#include "base/malloc_ptr.h"
 #include "snmp/asn.h"
 
 namespace fuzz {

@@ -12,7 +12,7 @@
 #include "tests/fuzz/fake_socket.h"
 #include "tests/fuzz/formatting_sink.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "ui/device_survey.h"
+#include "ui/survey/device_survey.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 
 // Collects the debug lines for as long as it lives, instead of the sink in use. Not nested.
 class DebugLines {

@@ -13,7 +13,7 @@
 #include <mutex>
 
 #include "devreg/client_registration.h"
-#include "ui/device_survey.h"
+#include "ui/survey/device_survey.h"
 
 namespace {
 

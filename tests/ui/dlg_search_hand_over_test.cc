@@ -11,8 +11,8 @@
 #include <random>
 #include <thread>
 
-#include "app/cancellation_off.h"
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
+#include "base/cancellation_off.h"
 #include "tests/ui/ui_fixture.h"
 
 // Where the sanitizers have an allocator of their own, only they know what is allocated.

@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "app/app_frame.h"
+#include "app/frame/app_frame.h"
 #include "tests/support/fake_network.h"
 #include "tests/support/gtk_test.h"
 #include "ui/dlg_search.h"

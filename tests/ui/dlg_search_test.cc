@@ -10,7 +10,7 @@
 #include <mutex>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "tests/support/accessible.h"
 #include "tests/support/line_numbers.h"
 #include "tests/support/stderr_reader.h"

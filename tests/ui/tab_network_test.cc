@@ -9,7 +9,7 @@
 #include <cstdarg>
 #include <string>
 
-#include "app/debug_log.h"
+#include "app/log/debug_log.h"
 #include "tests/support/accessible.h"
 #include "tests/support/debug_lines.h"
 #include "tests/support/line_numbers.h"

@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "app/app_frame.h"
+#include "app/frame/app_frame.h"
 #include "tests/support/fake_scanners.h"
 #include "tests/support/gtk_test.h"
 #include "ui/dlg_search.h"

@@ -17,7 +17,7 @@
 #include "devreg/client_registration.h"
 #include "tests/support/fake_network.h"
 #include "tests/ui/ui_fixture.h"
-#include "ui/device_survey.h"
+#include "ui/survey/device_survey.h"
 
 using fake_network::Bytes;
 using fake_network::Hex;
