@@ -8,6 +8,7 @@
 #include "snmp/message.h"
 #include "snmp/request.h"
 #include "snmp/simple_pdu.h"
+#include "snmp/udp/packet_data.h"
 #include "ui/survey/survey_rules.h"
 
 namespace {

@@ -14,6 +14,7 @@
 #include "snmp/message.h"
 #include "snmp/query_param.h"
 #include "snmp/simple_pdu.h"
+#include "snmp/udp/packet_data.h"
 
 // Room for one encoded request, in bytes.
 constexpr int kSnmpMessageSize = 1536;

@@ -131,19 +131,6 @@ void free_snmp_simple_pdu(int count, snmp_simple_pdu* pdus) {
   free(pdus);
 }
 
-packet_data_list* get_packet_data_list_mem() {
-  return static_cast<packet_data_list*>(malloc(sizeof(packet_data_list)));
-}
-
-void free_packet_data_list(packet_data_list* list) {
-  while (list != nullptr) {
-    packet_data_list* next = list->next;
-    free(list->data);
-    free(list);
-    list = next;
-  }
-}
-
 int oid_string2array(const char* text, int length, uint64_t* oid, int* count) {
   if (!IsDigit(*text)) return -1;
   int numbers = 0;

@@ -18,9 +18,6 @@ constexpr int kSnmpNameSize = 256;
 constexpr int kSnmpCommunitySize = 128;
 constexpr int kSnmpValueSize = 1536;
 
-// The largest datagram that is sent or received, in bytes.
-constexpr int kPacketDataSize = 1536;
-
 // One variable of a request or an answer. The value bytes are those of variable_list as they are
 // (integers in host byte order), followed by a zero that is not counted.
 struct simple_variable {
@@ -41,19 +38,6 @@ struct snmp_simple_pdu {
   simple_variable* variables;          // owned
 };
 
-// One received datagram.
-struct packet_data {
-  uint64_t sender_address;  // IPv4 address, network byte order
-  unsigned char data[kPacketDataSize];
-  int length;  // bytes received
-};
-
-// Datagrams in order of arrival. Each node owns its datagram, which may be null.
-struct packet_data_list {
-  packet_data_list* next;
-  packet_data* data;
-};
-
 // Returns `count` zeroed records in a row, each with `slots` zeroed slots and its variable_count
 // set, or null when anything could not be allocated. Release with free_snmp_simple_pdu.
 snmp_simple_pdu* get_simple_pdu_memory(int count, int slots);
@@ -61,24 +45,13 @@ snmp_simple_pdu* get_simple_pdu_memory(int count, int slots);
 // Releases the slots of `count` records and the records. A null array is ignored.
 void free_snmp_simple_pdu(int count, snmp_simple_pdu* pdus);
 
-// Returns a new node whose two pointers are not defined, or null. Set both before anything else.
-packet_data_list* get_packet_data_list_mem();
-
-// Releases every node with its datagram. A null list is ignored.
-void free_packet_data_list(packet_data_list* list);
-
-// Owners that release an array or a list when they go out of scope. The array's deleter must be
-// given the number of records: SnmpSimplePduPtr p(get_simple_pdu_memory(n, 1), {n}).
+// Owner that releases an array when it goes out of scope. Its deleter must be given the number of
+// records: SnmpSimplePduPtr p(get_simple_pdu_memory(n, 1), {n}).
 struct SnmpSimplePduDeleter {
   int count;
   void operator()(snmp_simple_pdu* pdus) const { free_snmp_simple_pdu(count, pdus); }
 };
 using SnmpSimplePduPtr = std::unique_ptr<snmp_simple_pdu, SnmpSimplePduDeleter>;
-
-struct PacketDataListDeleter {
-  void operator()(packet_data_list* list) const { free_packet_data_list(list); }
-};
-using PacketDataListPtr = std::unique_ptr<packet_data_list, PacketDataListDeleter>;
 
 // Converts dotted-decimal text to sub-identifiers. `length` is the length of the text, *count holds
 // the capacity of `oid` on entry and the number of sub-identifiers on return. Any character that is

@@ -21,7 +21,7 @@
 
 #include <cstddef>
 
-#include "snmp/simple_pdu.h"
+#include "snmp/udp/packet_data.h"
 
 // UDP port on which devices answer SNMP requests.
 constexpr unsigned short kSnmpPort = 161;

@@ -4,7 +4,7 @@
 
 #include <netinet/in.h>
 
-#include "snmp/simple_pdu.h"
+#include "snmp/udp/packet_data.h"
 
 // One datagram as it was received.
 struct UdpDatagram {
