@@ -8,7 +8,7 @@
 
 #include "bench/operations.h"
 #include "resource/rct_file.h"
-#include "ui/settings_text.h"
+#include "ui/settings/settings_text.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "base/malloc_ptr.h"
 #include "resource/rc_tables.h"
 #include "ui/main_win.h"
-#include "ui/settings_text.h"
+#include "ui/settings/settings_text.h"
 #include "ui/tab_general.h"
 #include "ui/tab_network.h"
 
@@ -144,6 +144,14 @@ void CMainTabs::OnSwitchPage(unsigned int page) {
     m_pTabs[i]->OnActive();
     return;
   }
+}
+
+int CMainTabs::ReadName(const char* text, const char* key, char* value) {
+  return ReadSetting(text, key, value);
+}
+
+void CMainTabs::DeleteLine(char* text, const char* key, int* length) {
+  DeleteSettingLine(text, key, length);
 }
 
 void CMainTabs::OnInitDialog() {

@@ -52,16 +52,8 @@ class CMainTabs : public xNoteBook {
   // takes it out when `show` is 0. Other indices do nothing.
   void ShowTab(int index, int show);
 
-  // Reads the value of `key` out of the text of a settings file: 1 and the value, at most 511
-  // bytes, in `value` (room for 512), or 0 with `value` left alone.
-  //
-  // The key counts where it first appears, in upper or lower case and even within another value.
-  // The value starts two characters after the next "=" and ends before the last double quote of
-  // that line; it is empty when there is none.
+  // ReadSetting and DeleteSettingLine (ui/settings/settings_text.h) under the names that they have here.
   static int ReadName(const char* text, const char* key, char* value);
-
-  // Removes every line of `text` that holds the key in upper or lower case. `text` is
-  // zero-terminated and `*length` bytes long without the zero, and so afterwards.
   static void DeleteLine(char* text, const char* key, int* length);
 
   // Reads the settings file into the tabs; reports a failure on standard error and in the debug

@@ -2,7 +2,7 @@
 // them, compared with a plain reading of the rules; and settings that are written and read back.
 //
 // Input: even: the file; odd: the four values, each with its length (2 bytes, low byte first).
-#include "ui/settings_text.h"
+#include "ui/settings/settings_text.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -38,7 +38,7 @@ std::unique_ptr<std::string> PlainValue(const std::string& text, const char* key
 void TryKey(const std::string& text, const char* key) {
   const auto file = fuzz::TextBlock(text);
   const Block<char> value(kPathSize);
-  const int found = CMainTabs::ReadName(file.data(), key, value.data());
+  const int found = ReadSetting(file.data(), key, value.data());
   const auto expected = PlainValue(text, key);
   Require(found == (expected != nullptr ? 1 : 0), "the key is found where it is");
   if (expected != nullptr) Require(*expected == value.data(), "the value is that of the rules");
@@ -65,7 +65,7 @@ std::string PlainWithout(const std::string& text, const char* key) {
 void TryDeletion(const std::string& text, const char* key) {
   const auto file = fuzz::TextBlock(text);
   int length = static_cast<int>(text.size());
-  CMainTabs::DeleteLine(file.data(), key, &length);
+  DeleteSettingLine(file.data(), key, &length);
   Require(PlainWithout(text, key) == file.data(), "the lines with the key go");
   Require(length == static_cast<int>(strlen(file.data())), "the length is that of the text");
 }

@@ -1,9 +1,9 @@
-// The settings file as a text. This part of CMainTabs uses no GTK.
-#include "ui/settings_text.h"
+// The settings file as a text.
+#include "ui/settings/settings_text.h"
 
 #include <cstring>
 
-int CMainTabs::ReadName(const char* text, const char* key, char* value) {
+int ReadSetting(const char* text, const char* key, char* value) {
   const char* found = strcasestr(text, key);
   const char* equals = found != nullptr ? strchr(found, '=') : nullptr;
   if (equals == nullptr) return 0;
@@ -18,7 +18,7 @@ int CMainTabs::ReadName(const char* text, const char* key, char* value) {
   return 1;
 }
 
-void CMainTabs::DeleteLine(char* text, const char* key, int* length) {
+void DeleteSettingLine(char* text, const char* key, int* length) {
   for (char* found = strcasestr(text, key); found != nullptr; found = strcasestr(text, key)) {
     char* begin = found;
     while (begin != text && begin[-1] != '\n') --begin;
