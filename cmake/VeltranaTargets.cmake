@@ -48,10 +48,12 @@ set(sanitizer_options
   FONTCONFIG_FILE=${CMAKE_SOURCE_DIR}/tests/support/fonts.conf)
 
 # veltrana_library(NAME [STRICT_CONVERSIONS] SOURCES file... [LINKS target...])
-# A static library of one folder. Headers are included by their path from the top of the tree.
+# A static library of a room, which links nothing that the room may not use (cmake/rooms.txt). Headers
+# are included by their path from the top of the tree.
 # STRICT_CONVERSIONS adds -Wconversion, for the folders that handle bytes from the network.
 function(veltrana_library name)
   cmake_parse_arguments(ARG "STRICT_CONVERSIONS" "" "SOURCES;LINKS" ${ARGN})
+  veltrana_check_links(${name} ${ARG_LINKS})
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC veltrana_options ${ARG_LINKS})
   if(ARG_STRICT_CONVERSIONS)
