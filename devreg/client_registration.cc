@@ -4,7 +4,6 @@
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +11,8 @@
 #include <cstring>
 
 #include "app/log/debug_log.h"
+#include "base/descriptor.h"
+#include "devreg/converse.h"
 
 // The lines about interfaces carry the name of the function that is asked for them.
 #define GET_IP_MAC_HERE "get_ip_mac", __LINE__
@@ -22,20 +23,6 @@ constexpr unsigned char kCategory = 0x31;
 constexpr int kRecordSize = sizeof(CLIENTREGPARAM);
 constexpr int kMaxInterfaces = 16;
 constexpr size_t kMacSize = sizeof(CLIENTREGPARAM::mac);
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : m_iFd(fd) {}
-  ~Descriptor() {
-    if (m_iFd >= 0) close(m_iFd);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return m_iFd; }
-
- private:
-  int m_iFd;
-};
 
 // Asks one thing about the interface of that name.
 bool Query(int fd, unsigned long what, const char* name, ifreq* answer) {
@@ -153,25 +140,21 @@ int cmd_register(sockaddr_in* device, const char* hostName) {
   // inet_ntoa has one buffer for all, and listing the interfaces uses it too.
   char ip[INET_ADDRSTRLEN];
   inet_ntop(AF_INET, &device->sin_addr, ip, sizeof(ip));
-  CLIENTREGPARAM param = ThisComputer(device, hostName);
-  UDPCOMMAND request = RegistrationCommand(CMD_CLRG_REG, &param);
-  unsigned char reply_data[kRecordSize] = {};
-  UDPCOMMAND response{};
-  for (int i = 0; i < kExchanges; ++i) {
-    // The exchange before has stored its reply's own count here.
-    response.length = kRecordSize;
-    response.data = reply_data;
-    if (UdpCommandSendResponse(ip, &request, &response) != 0) {
+  RegistrationConversation registration(ThisComputer(device, hostName));
+  while (!registration.IsOver()) {
+    converse(ip, &registration.Command());
+    if (registration.Command().Result() != 0) {
       myDbgFunc(DBG_PREFIX "client register command failed\n", DBG_HERE);
-      return -1;
     }
-    if (response.command != CMD_CLRG_REG_NOT_NOW) break;
+    registration.Advance();
   }
-  myDbgFunc(DBG_PREFIX "cmd_register:response.command=0x%x (%s)\n", DBG_HERE, response.command,
+  if (registration.Result() == -1) return -1;
+  const int code = registration.Command().ReplyCode();
+  myDbgFunc(DBG_PREFIX "cmd_register:response.command=0x%x (%s)\n", DBG_HERE, code,
             strerror(errno));
   myDbgFunc(DBG_PREFIX "cmd_register:CMD_CLRG_REG_OK_RES=0x%x (%s)\n", DBG_HERE,
             CMD_CLRG_REG_OK_RES, strerror(errno));
-  return response.command == CMD_CLRG_REG_OK_RES ? 0 : response.command;
+  return registration.Result();
 }
 
 void registerOneNetDevice(const char* ip, const char* hostName) {

@@ -8,7 +8,7 @@
 
 #include "base/text_copy.h"
 #include "devreg/client_registration.h"
-#include "devreg/command_packet.h"
+#include "devreg/conversation.h"
 #include "dvx-probe/addresses.h"
 #include "dvx-probe/texts.h"
 #include "snmp/udp/transport.h"
@@ -21,79 +21,59 @@ constexpr int kMilliseconds = 1000;
 constexpr int kUnregisterWait = 1000;
 constexpr size_t kShownName = sizeof(CLIENTREGPARAM::szHostName) - 1;
 
-UdpCommandPacket NewPacket(unsigned char code, CLIENTREGPARAM* record) {
-  UdpCommandPacket packet = BuildPacket(RegistrationCommand(code, record), 0);
-  if (packet.bytes == nullptr) throw std::bad_alloc();
-  return packet;
+Question QuestionOf(in_addr scanner, const CommandConversation& command) {
+  if (command.Packet() == nullptr) throw std::bad_alloc();
+  const unsigned char* bytes = command.Packet();
+  return {net_socket_address(scanner, udpCommandPort1),
+          Bytes(bytes, bytes + command.PacketLength()),
+          {}};
 }
 
-Question CommandTo(in_addr scanner, const UdpCommandPacket& packet) {
-  const unsigned char* bytes = packet.bytes.get();
-  return {net_socket_address(scanner, udpCommandPort1), Bytes(bytes, bytes + packet.length), {}};
+// Tells the conversation what became of its packet.
+void Tell(CommandConversation* command, const Outcome& outcome) {
+  if (outcome.answers.empty()) return command->TakeTimeOut();
+  const Bytes& datagram = outcome.answers.front().data;
+  command->TakeDatagram(datagram.data(), static_cast<int>(datagram.size()));
 }
 
-// The code of a reply to this packet, or -1 when the datagram is none.
-int ReplyCode(const Bytes& datagram, const UdpCommandPacket& packet) {
-  // As in the program: bytes missing from the reply read 0, further ones are cut.
-  unsigned char reply[kReplySize] = {};
-  memcpy(reply, datagram.data(), std::min<size_t>(datagram.size(), kReplySize));
-  if (!HasSequenceOf(reply, packet)) return -1;
-  unsigned char data[sizeof(CLIENTREGPARAM)];
-  UDPCOMMAND response{};
-  response.length = sizeof(data);
-  response.data = data;
-  TakeReply(reply, &response);
-  return response.command;
+Result ResultOf(unsigned char code) {
+  if (code == CMD_CLRG_REG_OK_RES) return Result::kDone;
+  return code == CMD_CLRG_REG_NOT_NOW ? Result::kNotNow : Result::kRefused;
 }
 
-// One scanner being registered on: which packet of which exchange is next.
+// One scanner being registered on.
 class CTalk {
  public:
-  CTalk(in_addr scanner, CLIENTREGPARAM* record)
-      : m_pRecord(record), m_Packet(NewPacket(CMD_CLRG_REG, record)) {
+  CTalk(in_addr scanner, const CLIENTREGPARAM& record) : m_Registration(record) {
     m_Result.address = scanner;
   }
 
-  bool IsOver() const { return m_bOver; }
+  bool IsOver() const { return m_Registration.IsOver(); }
   const Registration& Result() const { return m_Result; }
-  Question Next() const { return CommandTo(m_Result.address, m_Packet); }
+  Question Next() { return QuestionOf(m_Result.address, m_Registration.Command()); }
 
   void Take(const Outcome& outcome) {
+    CommandConversation& command = m_Registration.Command();
+    Tell(&command, outcome);
     m_Result.networkError = outcome.networkError;
     if (outcome.sendError != 0) {
       m_Result.networkError = outcome.sendError;
       m_Result.result = ::Result::kNotSent;
     }
-    const int code =
-        outcome.answers.empty() ? -1 : ReplyCode(outcome.answers.front().data, m_Packet);
-    if (code < 0) {
-      m_Result.wrongSequence = m_Result.wrongSequence || !outcome.answers.empty();
-      m_bOver = ++m_iAttempt == kAttempts;
-    } else {
-      TakeCode(code);
-    }
+    m_Result.wrongSequence = m_Result.wrongSequence || command.SawOtherReply();
+    if (!command.IsOver()) return;
+    const bool replied = command.Result() == 0;
+    const unsigned char code = replied ? command.ReplyCode() : 0;
+    m_Registration.Advance();
+    if (!replied) return;
+    // While it goes on: no reply to the next command counts as none at all.
+    m_Result.code = code;
+    m_Result.result = IsOver() ? ResultOf(code) : ::Result::kSilent;
   }
 
  private:
-  void TakeCode(int code) {
-    m_Result.code = code;
-    m_Result.result = code == CMD_CLRG_REG_OK_RES    ? ::Result::kDone
-                      : code == CMD_CLRG_REG_NOT_NOW ? ::Result::kNotNow
-                                                     : ::Result::kRefused;
-    m_bOver = code != CMD_CLRG_REG_NOT_NOW || ++m_iExchange == kExchanges;
-    if (m_bOver) return;
-    m_Packet = NewPacket(CMD_CLRG_REG, m_pRecord);
-    m_iAttempt = 0;
-    // No reply to the next one counts as none at all.
-    m_Result.result = ::Result::kSilent;
-  }
-
-  CLIENTREGPARAM* m_pRecord;
-  UdpCommandPacket m_Packet;
+  RegistrationConversation m_Registration;
   Registration m_Result;
-  int m_iAttempt = 0;
-  int m_iExchange = 0;
-  bool m_bOver = false;
 };
 
 void Show(const Network& network, const char* what, size_t count, size_t all) {
@@ -121,8 +101,7 @@ void Round(std::vector<CTalk>* talks, const Network& network) {
 }
 
 // What a scanner says to an unregister command, if anything.
-Registration RemovalResult(in_addr scanner, const Outcome& outcome,
-                           const UdpCommandPacket& packet) {
+Registration RemovalResult(in_addr scanner, const Outcome& outcome, CommandConversation* command) {
   Registration result;
   result.address = scanner;
   result.result = Result::kDone;
@@ -130,15 +109,16 @@ Registration RemovalResult(in_addr scanner, const Outcome& outcome,
   if (outcome.sendError != 0) {
     result.result = Result::kNotSent;
     result.networkError = outcome.sendError;
-  } else if (outcome.networkError != 0) {
+    return result;
+  }
+  if (outcome.networkError != 0) {
     result.result = Result::kSilent;
-  } else if (!outcome.answers.empty()) {
-    const int code = ReplyCode(outcome.answers.front().data, packet);
-    if (code == CMD_CLRG_REG_NOT_NOW) result.result = Result::kNotNow;
-    if (code > 0 && code != CMD_CLRG_REG_OK_RES && code != CMD_CLRG_REG_NOT_NOW) {
-      result.result = Result::kRefused;
-      result.code = code;
-    }
+    return result;
+  }
+  Tell(command, outcome);
+  if (command->Result() == 0 && command->ReplyCode() != 0) {
+    result.result = ResultOf(command->ReplyCode());
+    if (result.result == Result::kRefused) result.code = command->ReplyCode();
   }
   return result;
 }
@@ -153,10 +133,10 @@ std::string SilenceText(const Registration& registration) {
 
 std::vector<Registration> register_on(const std::vector<in_addr>& scanners, const std::string& name,
                                       const Network& network) {
-  CLIENTREGPARAM record = ThisComputer(nullptr, name.c_str());
+  const CLIENTREGPARAM record = ThisComputer(nullptr, name.c_str());
   std::vector<CTalk> talks;
   talks.reserve(scanners.size());
-  for (const in_addr scanner : scanners) talks.emplace_back(scanner, &record);
+  for (const in_addr scanner : scanners) talks.emplace_back(scanner, record);
   const auto is_over = [](const CTalk& talk) { return talk.IsOver(); };
   while (!std::all_of(talks.begin(), talks.end(), is_over)) Round(&talks, network);
   std::vector<Registration> results;
@@ -168,11 +148,11 @@ std::vector<Registration> register_on(const std::vector<in_addr>& scanners, cons
 std::vector<Registration> unregister_on(const std::vector<in_addr>& scanners,
                                         const std::string& name, const Network& network) {
   CLIENTREGPARAM record = ThisComputer(nullptr, name.c_str());
-  std::vector<UdpCommandPacket> packets;
+  std::vector<CommandConversation> commands;
   std::vector<Question> questions;
   for (const in_addr scanner : scanners) {
-    packets.push_back(NewPacket(CMD_CLRG_UNREG, &record));
-    questions.push_back(CommandTo(scanner, packets.back()));
+    commands.emplace_back(RegistrationCommand(CMD_CLRG_UNREG, &record), 0, 1);
+    questions.push_back(QuestionOf(scanner, commands.back()));
   }
   Show(network, "Unregistering", 0, scanners.size());
   const std::vector<Outcome> outcomes =
@@ -180,7 +160,7 @@ std::vector<Registration> unregister_on(const std::vector<in_addr>& scanners,
               network.trace);
   std::vector<Registration> results;
   for (size_t i = 0; i < scanners.size(); ++i) {
-    results.push_back(RemovalResult(scanners[i], outcomes[i], packets[i]));
+    results.push_back(RemovalResult(scanners[i], outcomes[i], &commands[i]));
   }
   return results;
 }

@@ -18,9 +18,6 @@ namespace {
 
 constexpr unsigned short kDefaultCommandPort = 3892;
 
-// The command channel tells a time-out from other failures by this result.
-constexpr int kTimedOut = -3;
-
 // select(2) on one descriptor. A descriptor that does not fit into an fd_set counts as unusable:
 // marking it would write outside the set.
 int WaitReadable(int socket, unsigned int seconds, fd_set* readable) {
@@ -142,7 +139,7 @@ int recvfrom_timeo(int socket, void* buffer, size_t length, int flags, sockaddr*
   if (seconds != 0) {
     const int ready = readable_timeo(socket, seconds);
     if (ready < 0) return -1;
-    if (ready == 0) return kTimedOut;
+    if (ready == 0) return kUdpTimedOut;
   }
   return static_cast<int>(recvfrom(socket, buffer, length, flags, from, from_length));
 }

@@ -52,8 +52,11 @@ int net_select(int socket, unsigned int seconds);
 // The same wait, with the result of select(2): negative on error, 0 on time-out, else positive.
 int readable_timeo(int socket, unsigned int seconds);
 
+// What the functions below return when no datagram came in time.
+constexpr int kUdpTimedOut = -3;
+
 // recvfrom(2) with a time-out; 0 seconds waits for ever. Returns what recvfrom returned, -1 when
-// the wait failed or -3 when it timed out.
+// the wait failed or kUdpTimedOut.
 int recvfrom_timeo(int socket, void* buffer, size_t length, int flags, sockaddr* from,
                    socklen_t* from_length, unsigned int seconds);
 
@@ -75,6 +78,6 @@ int udp_send(const char* address, unsigned int unused, const unsigned char* data
 //   -1  when nothing was sent (no answer buffer, a capacity below 1, no socket, unknown address),
 //       when receiving failed, and when the datagram is larger than the capacity: `answer` is then
 //       all zeros;
-//   -3  when no datagram came in time.
+//   kUdpTimedOut (-3)  when no datagram came in time.
 int udp_send_rev(const char* address, unsigned int seconds, const unsigned char* data, int length,
                  unsigned char* answer, int* answer_length);
