@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "snmp/simple_pdu.h"
+#include "snmp/udp/packet_data.h"
 #include "tests/snmp/bytes.h"
 #include "tests/snmp/message_bytes.h"
 

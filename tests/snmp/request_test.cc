@@ -13,6 +13,7 @@
 
 #include "tests/support/cancelled_thread.h"
 #include "tests/support/snmp_answer.h"
+#include "tests/support/without_network.h"
 
 using fake_network::Always;
 using fake_network::Bytes;
@@ -659,6 +660,16 @@ TEST_F(ManyTest, CancelledGatheringReleasesEverything) {
                             }));
   EXPECT_EQ(2, nodes);
   EXPECT_EQ(before, CountDescriptors());
+}
+
+// A start without a network takes its second.
+TEST(FailedBroadcast, IsNotNoticedAndTheWaitRuns) {
+  WithoutNetwork([] {
+    const unsigned char question[] = {0x30, 0x00};
+    const Stopwatch watch;
+    EXPECT_EQ(nullptr, PacketDataListPtr(multi_snmp_send_rev("255.255.255.255", 1, question, 2)));
+    EXPECT_GE(watch.Seconds(), 0.95);
+  });
 }
 
 }  // namespace

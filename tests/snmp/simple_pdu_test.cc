@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "snmp/udp/packet_data.h"
 #include "tests/snmp/bytes.h"
 #include "tests/snmp/message_bytes.h"
 #include "tests/support/record_layout.h"
