@@ -10,7 +10,7 @@
 #include "snmp/message.h"
 #include "snmp/request.h"
 #include "snmp/simple_pdu.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 

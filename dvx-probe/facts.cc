@@ -11,7 +11,7 @@
 #include "dvx-probe/registration.h"
 #include "dvx-probe/sniffer.h"
 #include "snmp/device_query.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 

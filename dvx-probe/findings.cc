@@ -12,7 +12,7 @@
 #include "dvx-probe/snmp_questions.h"
 #include "dvx-probe/texts.h"
 #include "dvx-probe/unreadable.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "snmp/request.h"
 #include "snmp/simple_pdu.h"
 #include "snmp/udp/packet_data.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 
@@ -59,10 +59,4 @@ std::optional<SnmpAnswer> read_answer(const Bytes& datagram) {
   const auto* value = reinterpret_cast<const char*>(variable.value);
   return SnmpAnswer{simple->error_status,
                     std::string(value, static_cast<size_t>(variable.value_length))};
-}
-
-std::string text_of(const std::string& value) {
-  std::string buffer = value;
-  buffer.push_back('\0');
-  return snmp2c_str(buffer.data(), static_cast<int>(value.size()));
 }

@@ -20,7 +20,3 @@ struct SnmpAnswer {
 
 // Reads a datagram. Nothing when the program would pass over it.
 std::optional<SnmpAnswer> read_answer(const Bytes& datagram);
-
-// The text that the program makes of a value: without what does not print at its end, and up to its
-// first zero.
-std::string text_of(const std::string& value);

@@ -11,7 +11,7 @@
 #include "snmp/request.h"
 #include "snmp/udp/transport.h"
 #include "snmp/udp/udp_socket.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 
@@ -105,6 +105,25 @@ void SearchIn(std::vector<PlaceAsked>* places, bool direct, int wait, const Netw
   for (size_t i = 0; i < asked.size(); ++i) asked[i]->outcome = std::move(outcomes[i]);
 }
 
+// The replies to the questions of the survey, in their order, and what they are about.
+constexpr Reply Device::*kReplies[kDeviceQuestions] = {&Device::model, &Device::vendor,
+                                                       &Device::name};
+constexpr const char* kSubjects[kDeviceQuestions] = {"models", "vendors", "names"};
+
+// The device's interview as far as it was asked.
+DeviceInterview InterviewOf(const Device& device) {
+  DeviceInterview interview;
+  while (interview.Next() != kDeviceQuestions) {
+    const Reply& reply = device.*kReplies[interview.Next()];
+    if (reply.kind == ReplyKind::kText) {
+      interview.TakeValue(reply.text.data(), reply.text.size());
+    } else {
+      interview.TakeFailure();
+    }
+  }
+  return interview;
+}
+
 void AskDevices(const std::vector<Device*>& devices, const char* object, Reply Device::*reply,
                 const Network& network, const char* what) {
   if (devices.empty()) return;
@@ -126,14 +145,6 @@ void AskDevices(const std::vector<Device*>& devices, const char* object, Reply D
   for (size_t i = 0; i < devices.size(); ++i) devices[i]->*reply = reply_of(outcomes[i]);
 }
 
-std::vector<Device*> DevicesWith(std::vector<Device>* devices, Reply Device::*reply, bool all) {
-  std::vector<Device*> found;
-  for (Device& device : *devices) {
-    if (all || (device.*reply).kind == ReplyKind::kText) found.push_back(&device);
-  }
-  return found;
-}
-
 }  // namespace
 
 Reply reply_of(const Outcome& outcome) {
@@ -150,22 +161,23 @@ Reply reply_of(const Outcome& outcome) {
   const std::optional<SnmpAnswer> answer = read_answer(reply.datagram);
   reply.kind = ReplyKind::kUnreadable;
   if (!answer) return reply;
+  // So much of a text is not taken.
+  if (answer->errorStatus == 0 && answer->value.size() > kTextCapacity) return reply;
   reply.errorStatus = answer->errorStatus;
   reply.text = answer->value;
   reply.kind = answer->errorStatus != 0 ? ReplyKind::kError : ReplyKind::kText;
   return reply;
 }
 
+bool Device::IsListed() const { return InterviewOf(*this).IsListed(); }
+
 Row row_of(const Device& device) {
-  char vendor[kTextSize];
-  char model[kTextSize];
-  char name[kTextCapacity];
-  copy_text(vendor, text_of(device.vendor.text).c_str());
-  copy_text(model, text_of(device.model.text).c_str());
-  copy_text(name, text_of(device.name.text).c_str());
-  RemoveSuffixes(model);
-  JoinVendorAndModel(vendor, model);
-  Row row{vendor, name, address_text(device.address), ""};
+  DeviceInterview interview = InterviewOf(device);
+  interview.RemoveModelSuffixes();
+  interview.JoinVendorAndModel();
+  MACHINEINFO machine;
+  interview.FillRow(address_text(device.address).c_str(), &machine);
+  Row row{machine.szModelName, machine.szMachineName, machine.szIPAddress, ""};
   if (device.hardwareAddress.kind == ReplyKind::kText) {
     unsigned char mac[kMacSize] = {};
     const std::string& value = device.hardwareAddress.text;
@@ -223,12 +235,16 @@ std::vector<Device> describe(const std::vector<in_addr>& addresses, bool all,
                              const Network& network) {
   std::vector<Device> devices(addresses.size());
   for (size_t i = 0; i < addresses.size(); ++i) devices[i].address = addresses[i];
-  AskDevices(DevicesWith(&devices, &Device::model, true), kModelObject, &Device::model, network,
-             "models");
-  AskDevices(DevicesWith(&devices, &Device::model, all), kVendorObject, &Device::vendor, network,
-             "vendors");
-  AskDevices(DevicesWith(&devices, &Device::vendor, all), kSysNameObject, &Device::name, network,
-             "names");
+  for (int question = 0; question < kDeviceQuestions; ++question) {
+    std::vector<Device*> asked;
+    for (Device& device : devices) {
+      const bool goes_on =
+          question == 0 || (device.*kReplies[question - 1]).kind == ReplyKind::kText;
+      if (all || goes_on) asked.push_back(&device);
+    }
+    AskDevices(asked, DeviceInterview::Object(question), kReplies[question], network,
+               kSubjects[question]);
+  }
   std::vector<Device*> listed;
   for (Device& device : devices) {
     if (device.IsListed()) listed.push_back(&device);

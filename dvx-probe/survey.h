@@ -48,10 +48,7 @@ struct Device {
   in_addr address{};
   Reply model, vendor, name, hardwareAddress;
 
-  bool IsListed() const {
-    return model.kind == ReplyKind::kText && vendor.kind == ReplyKind::kText &&
-           name.kind == ReplyKind::kText;
-  }
+  bool IsListed() const;
 };
 
 // The row of a listed device, as in the program's own list.

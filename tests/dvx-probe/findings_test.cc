@@ -8,7 +8,7 @@
 #include <cerrno>
 
 #include "snmp/udp/udp_socket.h"
-#include "ui/survey/survey_rules.h"
+#include "ui/survey/interview.h"
 
 namespace {
 

@@ -53,6 +53,11 @@ TEST(Rows, TextsAreCutAsInTheProgramsRecord) {
   EXPECT_EQ(row.name, std::string(255, 'x'));
 }
 
+TEST(Rows, DeviceWithATextThatIsTooLongHasNone) {
+  EXPECT_TRUE(Scanner("T55", "V", std::string(256, 'n')).IsListed());
+  EXPECT_FALSE(Scanner("T55", "V", std::string(257, 'n')).IsListed());
+}
+
 TEST(Rows, HardwareAddressesHaveSixBytesWhateverCame) {
   Device device = Scanner("T55", "V", "n");
   device.hardwareAddress = Text(std::string("\x02\x11\x22\x3A\x4B\x5C\x6D", 7));
@@ -102,6 +107,39 @@ TEST(Replies, AreReadFromWhatBecameOfTheQuestion) {
   EXPECT_EQ(reply_text(reply_of(outcome)), "answers \"PC\"");
   outcome.answers[0].data[23] = 2;
   EXPECT_EQ(reply_text(reply_of(outcome)), "answers with the error status 2");
+}
+
+// An element whose length is stated in eight bytes, of which the program takes the first four: the
+// only way in which it understands that many.
+Bytes Element(uint8_t type, const Bytes& contents) {
+  const auto high = static_cast<uint8_t>(contents.size() >> 8);
+  const auto low = static_cast<uint8_t>(contents.size() & 0xFF);
+  Bytes element{type, 0x88, 0, 0, high, low, 0, 0, 0, 0};
+  element.insert(element.end(), contents.begin(), contents.end());
+  return element;
+}
+
+Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+Reply AnswerOfText(size_t length) {
+  const Bytes name{0x06, 0x08, 0x2B, 0x06, 0x01, 0x02, 0x01, 0x01, 0x05, 0x00};
+  const Bytes variable = Element(0x30, name + Element(0x04, Bytes(length, 'x')));
+  const Bytes numbers{0x02, 0x01, 0x01, 0x02, 0x01, 0x00, 0x02, 0x01, 0x00};
+  const Bytes pdu = Element(0xA2, numbers + Element(0x30, variable));
+  const Bytes head{0x02, 0x01, 0x00, 0x04, 0x06, 'p', 'u', 'b', 'l', 'i', 'c'};
+  Outcome outcome;
+  outcome.answers.resize(1);
+  outcome.answers[0].data = Element(0x30, head + pdu);
+  return reply_of(outcome);
+}
+
+TEST(Replies, TextsAreReadUpTo256Bytes) {
+  EXPECT_EQ(AnswerOfText(256).kind, ReplyKind::kText);
+  EXPECT_EQ(AnswerOfText(256).text, std::string(256, 'x'));
+  EXPECT_EQ(AnswerOfText(257).kind, ReplyKind::kUnreadable);
 }
 
 TEST(Replies, TheFirstMissingTextIsWhyADeviceIsLeftOut) {
