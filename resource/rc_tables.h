@@ -1,4 +1,4 @@
-// The texts and bitmaps that are compiled into the program, and two helpers that go with them.
+// The texts and bitmaps that are compiled into the program.
 //
 // Texts and bitmaps are asked for by 16-bit identifiers. An answer of null is no error: every
 // caller has a text of its own to show instead, or shows no image. Used from the GTK main thread
@@ -6,8 +6,6 @@
 #pragma once
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
-
-#include "base/text_copy.h"
 
 // The text `string` of the window or tab `dialog` in the language that the environment variable
 // LANG names, otherwise in English, otherwise null. No language is compiled in, so that every

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "app/log/debug_log.h"
+#include "base/file_ptr.h"
 #include "base/malloc_ptr.h"
 #include "base/text_copy.h"
 
@@ -21,10 +22,6 @@ constexpr unsigned int kLanguageSize = 3;  // "ll" and its NUL
 constexpr char kSectionPrefix[] = "dlg";
 
 using Text = MallocPtr<char>;
-
-struct CloseFile {
-  void operator()(FILE* stream) const { fclose(stream); }
-};
 
 bool SameIgnoringCase(const char* a, const char* b) { return strcasecmp(a, b) == 0; }
 
@@ -149,7 +146,7 @@ void CRctFile::Clear() {
 
 int CRctFile::Load(const char* dir, const char* name) {
   Clear();
-  const std::unique_ptr<FILE, CloseFile> stream(TryOpenRctFile(dir, name));
+  const FilePtr stream(TryOpenRctFile(dir, name));
   return stream != nullptr ? LoadRctFile(stream.get()) : 0;
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/log/debug_log.h"
+#include "ui/identifiers.h"
 #include "ui/main_win.h"
 #include "xwidgets/accessible.h"
 
@@ -13,9 +14,6 @@ namespace {
 
 constexpr unsigned int kIdCancel = 3;
 constexpr unsigned int kIdProgress = 4;
-
-constexpr unsigned short kDlgSearch = 103;
-constexpr unsigned short kStrSearching = 311;
 
 constexpr int kFinished = 1;
 constexpr int kCancelled = 2;

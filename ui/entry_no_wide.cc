@@ -5,10 +5,9 @@
 #include <string>
 
 #include "app/log/debug_log.h"
+#include "base/printable.h"
 
 namespace {
-
-const char* Printable(const char* text) { return text != nullptr ? text : "(null)"; }
 
 // What is to be inserted, for the log. GTK hands on the caller's text, which need not end where the
 // insertion does.

@@ -3,8 +3,7 @@
 
 #include <gtk/gtk.h>
 
-#include <memory>
-
+#include "base/glib_ptr.h"
 #include "ui/input_filter.h"
 #include "xwidgets/entries.h"
 
@@ -36,12 +35,8 @@ class xEntryNoWide : public xEntry {
   static void CallBack_Commit(GtkIMContext* context, const char* text, void* data);
 
  protected:
-  struct FreeText {
-    void operator()(char* text) const { g_free(text); }
-  };
-
   unsigned int m_nInputRule;
-  std::unique_ptr<char, FreeText> m_szAllowed;  // null when not set
+  GlibPtr<char> m_szAllowed;  // null when not set
 
  private:
   void Refuse();

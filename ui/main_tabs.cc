@@ -10,8 +10,11 @@
 #include <cstdlib>
 
 #include "app/log/debug_log.h"
+#include "base/file_ptr.h"
 #include "base/malloc_ptr.h"
+#include "base/text_copy.h"
 #include "resource/rc_tables.h"
+#include "ui/identifiers.h"
 #include "ui/main_win.h"
 #include "ui/settings/settings_text.h"
 #include "ui/tab_general.h"
@@ -22,20 +25,10 @@ namespace {
 constexpr unsigned int kIdGeneral = 100;
 constexpr unsigned int kIdNetwork = 150;
 
-constexpr unsigned short kDlgGeneral = 101;
-constexpr unsigned short kStrGeneral = 111;
-constexpr unsigned short kDlgNetwork = 102;
-constexpr unsigned short kStrNetwork = 211;
-
 constexpr char kSettingsDir[] = "/.VeltranaDVX";
 constexpr char kSettingsFile[] = "/.VeltranaDVX/dvxtools.conf";
 
 using FileText = MallocPtr<char>;
-
-struct CloseFile {
-  void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 // Says on standard error and in the debug log why ReadFile gave up.
 void ReportReadError(int line, const char* error) {
@@ -70,7 +63,7 @@ FileText ReadSettingsFile() {
     ReportReadError(252, "Setting File open Error");
     return nullptr;
   }
-  const File file(fdopen(fd, "r"));
+  const FilePtr file(fdopen(fd, "r"));
   if (file == nullptr) {
     ReportReadError(261, "Setting File open Error");
     close(fd);
@@ -80,13 +73,13 @@ FileText ReadSettingsFile() {
 }
 
 // Opens the settings file for writing, empty; null after a failure.
-File CreateSettingsFile() {
+FilePtr CreateSettingsFile() {
   char path[kPathSize];
   char dir[kPathSize];
   BuildHomePath(path, kSettingsFile);
   BuildHomePath(dir, kSettingsDir);
   if (access(dir, W_OK) != 0) mkdir(dir, 0755);
-  return File(fopen(path, "w+"));
+  return FilePtr(fopen(path, "w+"));
 }
 
 void WriteSetting(FILE* file, const char* key, const char* value) {
@@ -199,7 +192,7 @@ void CMainTabs::FetchSettings() {
 }
 
 void CMainTabs::WriteFile() {
-  const File file = CreateSettingsFile();
+  const FilePtr file = CreateSettingsFile();
   if (file == nullptr) {
     fputs("CMainTabs::WriteFile() can't open file.\n", stderr);
     myDbgFunc(DBG_PREFIX "CMainTabs::WriteFile() can't open file.\n", DBG_AT(366));

@@ -52,7 +52,8 @@ class CMainTabs : public xNoteBook {
   // takes it out when `show` is 0. Other indices do nothing.
   void ShowTab(int index, int show);
 
-  // ReadSetting and DeleteSettingLine (ui/settings/settings_text.h) under the names that they have here.
+  // ReadSetting and DeleteSettingLine (ui/settings/settings_text.h) under the names that they have
+  // here.
   static int ReadName(const char* text, const char* key, char* value);
   static void DeleteLine(char* text, const char* key, int* length);
 

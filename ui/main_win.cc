@@ -7,6 +7,7 @@
 #include "app/log/debug_log.h"
 #include "base/valid_utf8.h"
 #include "resource/rc_tables.h"
+#include "ui/identifiers.h"
 
 namespace {
 
@@ -19,8 +20,6 @@ constexpr unsigned int kIdApply = 3;
 constexpr unsigned int kIdOK = 4;
 constexpr unsigned int kIdCancel = 5;
 
-constexpr unsigned short kDlgMain = 100;
-constexpr unsigned short kStrTitle = 10;
 constexpr char kTitle[] = "Veltrana DVX Tools";
 
 constexpr int kWidth = 638;

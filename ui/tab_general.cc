@@ -9,7 +9,9 @@
 #include <string>
 
 #include "app/log/debug_log.h"
+#include "base/text_copy.h"
 #include "resource/rc_tables.h"
+#include "ui/identifiers.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
 #include "ui/settings/shown_path.h"
@@ -22,18 +24,6 @@ constexpr unsigned int kIdScanEntry = 0;
 constexpr unsigned int kIdOcrEntry = 1;
 constexpr unsigned int kIdScanBrowse = 51;
 constexpr unsigned int kIdOcrBrowse = 52;
-
-constexpr unsigned short kDlgGeneral = 101;
-constexpr unsigned short kStrScanFrame = 113;
-constexpr unsigned short kStrScanLabel = 114;
-constexpr unsigned short kStrScanBrowse = 116;
-constexpr unsigned short kStrOcrFrame = 119;
-constexpr unsigned short kStrOcrLabel = 121;
-constexpr unsigned short kStrOcrBrowse = 123;
-constexpr unsigned short kStrSelectFile = 124;
-constexpr unsigned short kStrSelectFolder = 125;
-constexpr unsigned short kStrBadOcrpath = 126;
-constexpr unsigned short kStrBadScanpath = 127;
 
 constexpr char kSelectFile[] = "Select File";
 constexpr char kSelectFolder[] = "Select Folder";

@@ -11,10 +11,12 @@
 
 #include "app/log/debug_log.h"
 #include "base/kept_memory.h"
+#include "base/text_copy.h"
 #include "base/valid_utf8.h"
 #include "devreg/client_registration.h"
 #include "resource/rc_tables.h"
 #include "ui/dlg_search.h"
+#include "ui/identifiers.h"
 #include "ui/main_tabs.h"
 #include "ui/main_win.h"
 #include "xwidgets/accessible.h"
@@ -26,17 +28,6 @@ constexpr unsigned int kIdListUp = 5;
 constexpr unsigned int kIdSearch = 53;
 constexpr unsigned int kIdConfigure = 54;
 constexpr unsigned int kIdDeviceList = 55;
-
-constexpr unsigned short kDlgNetwork = 102;
-constexpr unsigned short kStrFrame = 212;
-constexpr unsigned short kStrListUp = 213;
-constexpr unsigned short kStrName = 214;
-constexpr unsigned short kStrHeading = 215;
-constexpr unsigned short kStrModelName = 216;
-constexpr unsigned short kStrMachineName = 217;
-constexpr unsigned short kStrAddress = 218;
-constexpr unsigned short kStrSearch = 219;
-constexpr unsigned short kStrConfigure = 220;
 
 constexpr int kNameChars = 15;  // what a scanner keeps of a name
 

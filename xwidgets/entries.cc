@@ -1,15 +1,7 @@
 // Text entries, spin buttons, ranges and progress bars.
 #include "xwidgets/entries.h"
 
-#include <memory>
-
-namespace {
-
-struct FreeText {
-  void operator()(char* text) const { g_free(text); }
-};
-
-}  // namespace
+#include "base/glib_ptr.h"
 
 xEntry::xEntry(xWidget* parent, unsigned int id, int widthChars) : xWidget(parent, id) {
   Attach(gtk_entry_new());
@@ -25,7 +17,7 @@ xEntry::xEntry(xWidget* parent, unsigned int id, xEntry* /*unused*/) : xWidget(p
 
 void xEntry::SetWindowText(const char* text) {
   // GTK empties its buffer before it reads the new text, which may be a part of that buffer.
-  const std::unique_ptr<char, FreeText> copy(g_strdup(text));
+  const GlibPtr<char> copy(g_strdup(text));
   gtk_entry_set_text(GTK_ENTRY(m_pWidget), copy.get());
 }
 

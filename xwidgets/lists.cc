@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "app/log/debug_log.h"
+#include "base/glib_ptr.h"
+#include "base/printable.h"
 #include "resource/rc_tables.h"
 
 namespace {
@@ -12,19 +14,12 @@ constexpr int kIconColumn = 0;
 constexpr int kTextColumn = 1;
 constexpr int kItemDataColumn = 2;
 
-struct FreeText {
-  void operator()(void* text) const { g_free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
-
 struct FreePath {
   void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
 };
 using Path = std::unique_ptr<GtkTreePath, FreePath>;
 
 using Icon = std::unique_ptr<GdkPixbuf, xObjectUnref>;
-
-const char* Printable(const char* text) { return text != nullptr ? text : "(null)"; }
 
 // A stock icon at button size, or null for an unknown one. Stock icons come from a widget's style,
 // for which a cell view stands in that is never shown.
@@ -99,7 +94,7 @@ int xListBase::SetCurSelByText(const char* text) {
   if (text == nullptr) return -1;
   const int count = GetCount();
   for (int index = 0; index < count; ++index) {
-    const Text rowText(GetString(index));
+    const GlibPtr<char> rowText(GetString(index));
     if (rowText != nullptr && std::strcmp(rowText.get(), text) == 0) return SetCurSel(index);
   }
   return SetCurSel(-1);
@@ -108,7 +103,7 @@ int xListBase::SetCurSelByText(const char* text) {
 int xListBase::FindByItemData(void* itemData) {
   const int count = GetCount();
   for (int index = 0; index < count; ++index) {
-    const std::unique_ptr<void, FreeText> rowData(GetItemData(index));
+    const GlibPtr<void> rowData(GetItemData(index));
     if (rowData.get() == itemData) return index;
   }
   return -1;
