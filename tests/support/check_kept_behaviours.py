@@ -3,7 +3,7 @@
     check_kept_behaviours.py [TOP]
 
 Looks at the last cell of every row of the document's tables: it holds the names of one or more
-tests in backticks, `Suite.Case` for one below tests/*/*_test.cc and `test_module.py::test_name` for
+tests in backticks, `Suite.Case` for one below tests/ in a file *_test.cc and `test_module.py::test_name` for
 one in tests/e2e. TOP is the top of the source tree, by default the one that this script is in.
 """
 import pathlib
@@ -19,7 +19,7 @@ PYTEST = re.compile(r"^def (test_\w+)\(", re.MULTILINE)
 def existing_tests(top):
     """The names of all tests in the source tree, in the document's form."""
     names = set()
-    for path in (top / "tests").glob("*/*_test.cc"):
+    for path in (top / "tests").glob("**/*_test.cc"):
         names.update(".".join(match) for match in GOOGLETEST.findall(path.read_text()))
     for path in (top / "tests" / "e2e").glob("test_*.py"):
         names.update(f"{path.name}::{name}" for name in PYTEST.findall(path.read_text()))
