@@ -77,10 +77,16 @@ class Figures:
 
     def codec_ratios(self):
         """How many times faster ours are than the best peer: {our operation: (peer, ratio)}."""
-        pairs = {"snmp_build": "encode", "snmp_parse/short": "short", "snmp_parse/longest": "longest"}
+        pairs = {
+            "snmp_build": "encode",
+            "snmp_parse/short": "short",
+            "snmp_parse/longest": "longest",
+        }
         ratios = {}
         for ours, theirs in pairs.items():
-            times = {peer: Sample(codec[theirs]["ns"]).median for peer, codec in self.codecs.items()}
+            times = {
+                peer: Sample(codec[theirs]["ns"]).median for peer, codec in self.codecs.items()
+            }
             best = min(times, key=times.get)
             ratios[ours] = best, times[best] / self.operation(ours).median
         return ratios

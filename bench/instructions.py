@@ -51,7 +51,9 @@ def count(program):
             check=True,
             env=environment,
         )
-        dumps = [own_instructions(path.read_text(), program) for path in pathlib.Path(folder).iterdir()]
+        dumps = [
+            own_instructions(path.read_text(), program) for path in pathlib.Path(folder).iterdir()
+        ]
     return dict(dump for dump in dumps if dump is not None)
 
 

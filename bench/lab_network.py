@@ -16,8 +16,8 @@ from desktop_driver.waiting import wait_until
 
 @contextlib.contextmanager
 def scanners(programs, count, *settings):
-    """So many simulated scanners that answer at once, or as their settings say. Unlike those of the tests they write no log,
-    which would be a part of every round trip."""
+    """So many simulated scanners that answer at once, or as their settings say. Unlike those of the
+    tests they write no log, which would be a part of every round trip."""
     with tempfile.TemporaryDirectory() as folder:
         ready = pathlib.Path(folder) / "ready"
         command = ["nice", "-n", "-20", "lab-office", programs.simulator, "--quiet"]

@@ -1,5 +1,4 @@
 """Other programs that do the same work: their messages, and their questions to many scanners."""
-import json
 import pathlib
 import re
 import subprocess

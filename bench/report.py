@@ -88,10 +88,18 @@ def call_table(figures):
 def window_table(figures):
     ours, bare, text = (figures.start(kind) for kind in ("ours", "bare", "text"))
     rows = [
-        ["Start to painted window, less the survey", ours.over(bare).show(), ours.show(MS),
-         bare.show(MS)],
-        ["The same, beside a bare window with the same kinds of controls", ours.over(text).show(),
-         ours.show(MS), text.show(MS)],
+        [
+            "Start to painted window, less the survey",
+            ours.over(bare).show(),
+            ours.show(MS),
+            bare.show(MS),
+        ],
+        [
+            "The same, beside a bare window with the same kinds of controls",
+            ours.over(text).show(),
+            ours.show(MS),
+            text.show(MS),
+        ],
     ]
     names = {
         "search": ("Search: first repaint", "first"),
@@ -159,12 +167,28 @@ def codec_table(figures):
     for theirs, name in ours.items():
         own = figures.operation(name).median
         entry = figures.operations[name]
-        rows.append([what[theirs], f"`{name}`", "1", figures.operation(name).show(digits=0),
-                     entry["blocks"], entry["bytes"]])
+        rows.append(
+            [
+                what[theirs],
+                f"`{name}`",
+                "1",
+                figures.operation(name).show(digits=0),
+                entry["blocks"],
+                entry["bytes"],
+            ]
+        )
         for peer, codec in figures.codecs.items():
             sample = Sample(codec[theirs]["ns"])
-            rows.append([what[theirs], peer, f"{sample.median / own:.1f}", sample.show(digits=0),
-                         codec[theirs].get("blocks", ""), codec[theirs].get("bytes", "")])
+            rows.append(
+                [
+                    what[theirs],
+                    peer,
+                    f"{sample.median / own:.1f}",
+                    sample.show(digits=0),
+                    codec[theirs].get("blocks", ""),
+                    codec[theirs].get("bytes", ""),
+                ]
+            )
     return table(["", "Who", "÷ ours", "ns", "blocks", "bytes"], rows)
 
 
@@ -174,8 +198,13 @@ def operation_rows(figures, wanted):
             continue
         sample = Sample(entry["ns"])
         digits = 1 if sample.median < 100 else 0
-        yield [f"`{name}`", sample.show(digits=digits), entry["instructions"], entry["blocks"],
-               entry["bytes"]]
+        yield [
+            f"`{name}`",
+            sample.show(digits=digits),
+            entry["instructions"],
+            entry["blocks"],
+            entry["bytes"],
+        ]
 
 
 def is_codec(name):
@@ -311,9 +340,7 @@ def plot_peers(folder, figures):
     named = {"bare, at once": Sample(peers["bare"]["at_once"]).median * MS}
     named["bare, in turn"] = Sample(peers["bare"]["in_turn"]).median * MS
     named |= {
-        who: Sample(values["seconds"]).median * MS
-        for who, values in peers.items()
-        if who != "bare"
+        who: Sample(values["seconds"]).median * MS for who, values in peers.items() if who != "bare"
     }
     label = f"ms to ask {figures.peers['scanners']} scanners"
     bars(folder / "performance-peers.svg", label, dict(sorted(named.items(), key=lambda i: i[1])))

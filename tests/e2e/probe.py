@@ -112,9 +112,7 @@ class Stage:
 
     def run(self, *arguments, before=()):
         self.settle()
-        return run(
-            *arguments, wrapper=(*self.on_desk, *before), environment={"PATH": self.path}
-        )
+        return run(*arguments, wrapper=(*self.on_desk, *before), environment={"PATH": self.path})
 
     def explain(self, *arguments, before=()):
         """What is found: {id: its text}, in order; and the whole output."""

@@ -12,9 +12,7 @@ from desktop_driver.waiting import wait_until
 from desktop_driver.xwindows import ManagedWindow
 
 OPEN_ERROR = "void CMainTabs::ReadFile(): Setting File open Error"
-NAME_CHARACTERS = (
-    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}"
-)
+NAME_CHARACTERS = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}"
 
 LANGUAGE_LINES = [
     "[Get_ll_CC(74)]: CRctFile::Get_ll_CC lang=C.UTF-8 ",

@@ -53,9 +53,7 @@ def test_status_is_0_after_a_search_and(open_network_page, start_scanners, way):
 
 
 @pytest.mark.parametrize("way", ["OK", "Cancel", "close"])
-def test_status_is_0_while_a_cancelled_search_may_still_end(
-    open_network_page, start_scanners, way
-):
+def test_status_is_0_while_a_cancelled_search_may_still_end(open_network_page, start_scanners, way):
     start_scanners("[scanner Slow]\ndelay.model = 500\n")
     window = open_network_page()
     window.begin_search().find("push button", "Cancel").press()

@@ -61,9 +61,7 @@ def test_values_that_name_no_language(debug_lines, open_windows):
 def test_c_library_without_such_a_locale(open_windows):
     """The program starts as well where LANG is all that is set."""
     values = ["d", "d" * 300, "de_DE.UTF-8", "", "%s%n"]
-    windows = open_windows(
-        [{"environment": {"LANG": value, "LC_ALL": None}} for value in values]
-    )
+    windows = open_windows([{"environment": {"LANG": value, "LC_ALL": None}} for value in values])
     for window in windows:
         assert window.tabs.children()[0].name == "General"
         window.cancel.press()

@@ -24,7 +24,9 @@ COMPUTERS = {
     "markup and formats": (b"<b>%s%n</b>", "b%s%nb"),
     "nothing": (b"", "Linux-PC"),
 }
-ALLOWED_ALONE = set("0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}")
+ALLOWED_ALONE = set(
+    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&\\().-_{}"
+)
 
 
 def test_names_of_computers(open_windows):

@@ -59,8 +59,7 @@ NOWHERE = {
     "an interface that is down": loose("eth0", 1, "ip link set {name} down\n"),
     "an interface that leads nowhere": loose("eth0", 1),
     "no route for the broadcast": to_the_office(1) + "ip route del default",
-    "a route that refuses the broadcast": to_the_office(2)
-    + "ip route replace unreachable default",
+    "a route that refuses the broadcast": to_the_office(2) + "ip route replace unreachable default",
     "twenty interfaces without the right one": twenty("eth", 1),
 }
 

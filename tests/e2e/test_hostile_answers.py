@@ -20,7 +20,7 @@ def test_wrong_answers(open_window, office):
 
 
 def test_wrong_answers_at_the_start(open_window, office):
-    wrong = wrong_answers(1)[:: 13]
+    wrong = wrong_answers(1)[::13]
     (devices,) = hostile_answers.surveys(wrong[: protocol_rules.MOST_ANSWERS])
     office.script = hostile_answers.script_of(devices)
     target = hostile.attack(open_window, office, hostile.LooseWatch)

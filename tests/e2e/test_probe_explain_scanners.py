@@ -102,8 +102,10 @@ def test_answers_that_do_not_decode(stage, start_scanners, key):
 
 
 def test_what_does_not_decode_is_shown(stage, start_scanners):
-    start_scanners("[scanner Odd]\nfixed_answer.discovery = 48 54 54 50 2F 31 2E 31 20 34 30 30 0D 0A"
-                   " 43 6F 6E\n")
+    start_scanners(
+        "[scanner Odd]\nfixed_answer.discovery = 48 54 54 50 2F 31 2E 31 20 34 30 30 0D 0A"
+        " 43 6F 6E\n"
+    )
     dump = (
         "      0000  48 54 54 50 2F 31 2E 31 20 34 30 30 0D 0A 43 6F  HTTP/1.1.400..Co\n"
         "      0010  6E                                               n\n"

@@ -46,12 +46,24 @@ def test_json(start_scanners):
     start_scanners(SEVERAL)
     assert found() == {
         "scanners": [
-            {"model": "Veltrana T55", "name": "One", "address": "10.77.0.101",
-             "hardware_address": "02:56:53:00:00:65"},
-            {"model": "Veltrana F220", "name": 'Drawing "A", 2nd floor',
-             "address": "10.77.0.102", "hardware_address": "02:56:53:00:00:66"},
-            {"model": "Veltrana T55", "name": "Three", "address": "10.77.0.103",
-             "hardware_address": None},
+            {
+                "model": "Veltrana T55",
+                "name": "One",
+                "address": "10.77.0.101",
+                "hardware_address": "02:56:53:00:00:65",
+            },
+            {
+                "model": "Veltrana F220",
+                "name": 'Drawing "A", 2nd floor',
+                "address": "10.77.0.102",
+                "hardware_address": "02:56:53:00:00:66",
+            },
+            {
+                "model": "Veltrana T55",
+                "name": "Three",
+                "address": "10.77.0.103",
+                "hardware_address": None,
+            },
         ],
         "left_out": [],
     }
@@ -115,8 +127,11 @@ def test_devices_without_all_three_texts_are_left_out(start_scanners):
 def test_texts_cannot_change_the_terminal(start_scanners):
     """They are shown as texts, whatever is in them."""
     start_scanners("[scanner Wild]\nobject.1.3.6.1.2.1.1.5.0 = hex:1B5B334AC3BC41FF22\n")
-    assert "?[3J\N{LATIN SMALL LETTER U WITH DIAERESIS}A\N{REPLACEMENT CHARACTER}\"" in probe.results("list")
-    expected = "\x1b[3J\N{LATIN SMALL LETTER U WITH DIAERESIS}A\N{REPLACEMENT CHARACTER}\""
+    assert (
+        '?[3J\N{LATIN SMALL LETTER U WITH DIAERESIS}A\N{REPLACEMENT CHARACTER}"'
+        in probe.results("list")
+    )
+    expected = '\x1b[3J\N{LATIN SMALL LETTER U WITH DIAERESIS}A\N{REPLACEMENT CHARACTER}"'
     assert names() == [expected]
 
 

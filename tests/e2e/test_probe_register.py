@@ -151,7 +151,10 @@ NAMES = {
         'dvx-probe: --name Büro: scanners cannot show this; the name is "Linux-PC"\n',
     ),
     "a b": ("ab", 'dvx-probe: --name a b: scanners cannot show this; the name is "ab"\n'),
-    "???": ("lab-desk", 'dvx-probe: --name ???: scanners cannot show this; the name is "lab-desk"\n'),
+    "???": (
+        "lab-desk",
+        'dvx-probe: --name ???: scanners cannot show this; the name is "lab-desk"\n',
+    ),
     "fifteen-letters": ("fifteen-letters", ""),
     "sixteen-letters!": (
         "sixteen-letters",

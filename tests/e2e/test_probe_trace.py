@@ -53,8 +53,13 @@ def test_trace_has_every_datagram(start_scanners, tmp_path):
     fields = ("ip.src", "udp.srcport", "ip.dst", "udp.dstport", "udp.payload")
     traced = read(file, "udp", *fields) + read(tmp_path / "more", "udp", *fields)
     assert len(traced) == 1 + 3 + 3 * 4 * 2 + 2
-    wire = [tuple(packet[field][0].replace(":", "") if field == "udp.payload"
-                  else packet[field][0] for field in fields) for packet in on_the_wire]
+    wire = [
+        tuple(
+            packet[field][0].replace(":", "") if field == "udp.payload" else packet[field][0]
+            for field in fields
+        )
+        for packet in on_the_wire
+    ]
     assert sorted(traced) == sorted(wire)
     assert complaints(file) == []
     assert complaints(tmp_path / "more") == []
@@ -133,8 +138,15 @@ COMPUTER = "0A4D000A 66726F6E742D6465736B000000000000 025644565810 0001"
 
 
 def packet(
-    signature="4D465050", version="303230304D4C3031", sequence="CEA5", category="31",
-    command="03", length="1C", status="00", reserved="0000", data=COMPUTER,
+    signature="4D465050",
+    version="303230304D4C3031",
+    sequence="CEA5",
+    category="31",
+    command="03",
+    length="1C",
+    status="00",
+    reserved="0000",
+    data=COMPUTER,
 ):
     words = signature + version + sequence + category + command + length + status + reserved + data
     return bytes.fromhex(words)

@@ -87,9 +87,10 @@ def test_host_names_are_looked_up():
 def test_unknown_host_names_are_a_mistake():
     errors = "dvx-probe: --address no-such_scanner1.invalid: no such host is known"
     errors += " (see dvx-probe list --help)\n"
-    assert probe.results(
-        "list", "--address", "no-such_scanner1.invalid", status=2, errors=errors
-    ) == ""
+    assert (
+        probe.results("list", "--address", "no-such_scanner1.invalid", status=2, errors=errors)
+        == ""
+    )
 
 
 def test_words_behind_two_dashes_are_no_options():

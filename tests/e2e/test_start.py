@@ -11,7 +11,10 @@ from desktop_driver.xwindows import run, window_ids
 def test_simulator_tells_how_it_is_used():
     done = subprocess.run(
         [os.environ["VELTRANA_SCANNER_SIM"], "--help"],
-        capture_output=True, text=True, timeout=60, check=True,
+        capture_output=True,
+        text=True,
+        timeout=60,
+        check=True,
     )
     assert done.stdout.startswith("Usage: scanner-sim ")
     assert done.stderr == ""

@@ -44,8 +44,11 @@ class Machine:
         self.folder = folder
         (folder / "bin").mkdir()
         for name, text in (
-            ("apt-get", APT_GET), ("dpkg-query", DPKG_QUERY), ("apt-cache", APT_CACHE),
-            ("id", "#!/bin/sh\necho 0\n"), ("sleep", "#!/bin/sh\n"),
+            ("apt-get", APT_GET),
+            ("dpkg-query", DPKG_QUERY),
+            ("apt-cache", APT_CACHE),
+            ("id", "#!/bin/sh\necho 0\n"),
+            ("sleep", "#!/bin/sh\n"),
         ):
             (folder / "bin" / name).write_text(text)
             (folder / "bin" / name).chmod(0o755)
@@ -57,8 +60,13 @@ class Machine:
     def run(self, *groups, through=()):
         environment = {"PATH": f"{self.folder}/bin:/usr/bin:/bin", "TMP": str(self.folder)}
         return subprocess.run(
-            [*through, BOOTSTRAP, *groups], capture_output=True, text=True, check=False, timeout=60,
-            env=environment, cwd=self.folder,
+            [*through, BOOTSTRAP, *groups],
+            capture_output=True,
+            text=True,
+            check=False,
+            timeout=60,
+            env=environment,
+            cwd=self.folder,
         )
 
     def calls(self):
@@ -96,7 +104,10 @@ def test_says_how_much_there_is_to_do_and_how_far_it_is(machine):
     assert (done.returncode, done.stderr) == (0, "")
     assert done.stdout.splitlines() == [
         "Installing 2 packages, 4 MB to fetch",
-        "Fetching: 0 %", "Fetching: 75 %", "Installing: 50 %", "Installing: 100 %",
+        "Fetching: 0 %",
+        "Fetching: 75 %",
+        "Installing: 50 %",
+        "Installing: 100 %",
     ]
 
 

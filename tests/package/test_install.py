@@ -39,8 +39,14 @@ DESKTOP_FILES = {
 DOCUMENTS = {
     f"share/doc/veltrana-dvx-tools/{name}"
     for name in (
-        "README.md", "CHANGELOG.md", "SECURITY.md", "docs/accessibility.md", "docs/dvx-probe.md",
-        "docs/troubleshooting.md", "docs/wire-protocols.md", "docs/images/general.png",
+        "README.md",
+        "CHANGELOG.md",
+        "SECURITY.md",
+        "docs/accessibility.md",
+        "docs/dvx-probe.md",
+        "docs/troubleshooting.md",
+        "docs/wire-protocols.md",
+        "docs/images/general.png",
         "docs/images/network.png",
     )
 }
@@ -49,7 +55,11 @@ EVERY_FILE = PROBE_FILES | PROGRAM_FILES | DESKTOP_FILES | DOCUMENTS
 
 def run(*command, **environment):
     done = subprocess.run(
-        [str(word) for word in command], capture_output=True, text=True, check=False, timeout=60,
+        [str(word) for word in command],
+        capture_output=True,
+        text=True,
+        check=False,
+        timeout=60,
         env={**os.environ, "LC_ALL": "C.UTF-8", **environment},
     )
     assert done.returncode == 0, f"{command}: {done.stdout}{done.stderr}"
@@ -103,8 +113,17 @@ def test_uninstalling_leaves_what_others_put_there(tmp_path):
 def test_uninstalling_what_was_never_installed_says_so():
     (BUILD / "install_manifest.txt").unlink(missing_ok=True)
     done = subprocess.run(
-        ["cmake", "-D", f"MANIFEST={BUILD}/install_manifest.txt", "-P", TOP / "cmake/Uninstall.cmake"],
-        capture_output=True, text=True, check=False, timeout=60,
+        [
+            "cmake",
+            "-D",
+            f"MANIFEST={BUILD}/install_manifest.txt",
+            "-P",
+            TOP / "cmake/Uninstall.cmake",
+        ],
+        capture_output=True,
+        text=True,
+        check=False,
+        timeout=60,
     )
     assert done.returncode != 0
     assert "nothing was installed from this build folder" in done.stderr.replace("\n ", "")
@@ -114,8 +133,11 @@ def test_documents_link_to_what_is_installed_with_them(tmp_path):
     run("cmake", "--install", BUILD, "--prefix", tmp_path)
     links = []
     for document in (tmp_path / "share/doc").rglob("*.md"):
-        links += [(document, link) for link in re.findall(r"\]\(([^)#]+)", document.read_text())
-                  if ":" not in link]
+        links += [
+            (document, link)
+            for link in re.findall(r"\]\(([^)#]+)", document.read_text())
+            if ":" not in link
+        ]
     assert len(links) > 5
     for document, link in links:
         assert (document.parent / link).exists(), f"{document.name}: {link}"
@@ -131,8 +153,19 @@ def test_the_companion_alone_asks_for_glib_only(tmp_path):
         shutil.copy(file, known)
     build = tmp_path / "build"
     run(
-        "cmake", "-S", TOP, "-B", build, "-G", "Ninja", "-D", "BUILD_TESTING=OFF",
-        "-D", "VELTRANA_GUI=OFF", "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON",
+        "cmake",
+        "-S",
+        TOP,
+        "-B",
+        build,
+        "-G",
+        "Ninja",
+        "-D",
+        "BUILD_TESTING=OFF",
+        "-D",
+        "VELTRANA_GUI=OFF",
+        "-D",
+        "CMAKE_EXPORT_COMPILE_COMMANDS=ON",
         PKG_CONFIG_LIBDIR=str(known),
     )
     commands = (build / "compile_commands.json").read_text()
@@ -146,7 +179,10 @@ def test_the_companion_alone_asks_for_glib_only(tmp_path):
 def test_the_companion_alone_has_no_tests(tmp_path):
     done = subprocess.run(
         ["cmake", "-S", TOP, "-B", tmp_path, "-G", "Ninja", "-D", "VELTRANA_GUI=OFF"],
-        capture_output=True, text=True, check=False, timeout=60,
+        capture_output=True,
+        text=True,
+        check=False,
+        timeout=60,
     )
     assert done.returncode != 0
     assert "give -D BUILD_TESTING=OFF as well" in done.stderr
@@ -174,6 +210,7 @@ def test_changes_of_the_package_name_the_version_of_the_program():
     assert f"\n## {version} " in (TOP / "CHANGELOG.md").read_text()
     newest = (TOP / "debian/changelog").read_text().splitlines()[0]
     assert newest.startswith(f"veltrana-dvx-tools ({version}-")
-    assert f'<release version="{version}"' in (
-        BUILD / "data/com.veltrana.DVXTools.metainfo.xml"
-    ).read_text()
+    assert (
+        f'<release version="{version}"'
+        in (BUILD / "data/com.veltrana.DVXTools.metainfo.xml").read_text()
+    )

@@ -298,7 +298,9 @@ def test_the_companion_does_not_go_beside_the_single_package(single_package, pac
     shutil.copy(packages[PROBE], ROOT / "tmp")
     done = subprocess.run(
         [*ENTER, "dpkg", "--install", f"/tmp/{packages[PROBE].name}"],
-        capture_output=True, text=True, check=False,
+        capture_output=True,
+        text=True,
+        check=False,
     )
     assert done.returncode != 0
     assert f"{PROBE} breaks {WINDOW}" in done.stderr
@@ -313,7 +315,13 @@ def test_menu_entry_starts_the_program_with_the_texts_of(installed, language, sa
     entry.read(ROOT / "usr/share/applications/com.veltrana.DVXTools.desktop")
     command = shlex.split(entry["Desktop Entry"]["Exec"])
     texts = run(
-        TOP / "script" / "lab", "--accessibility", "--",
-        "/usr/bin/python3", TOP / "tests" / "package" / "show_labels.py", ROOT, language, *command,
+        TOP / "script" / "lab",
+        "--accessibility",
+        "--",
+        "/usr/bin/python3",
+        TOP / "tests" / "package" / "show_labels.py",
+        ROOT,
+        language,
+        *command,
     )
     assert save_to in texts.splitlines()

@@ -3,8 +3,9 @@
     check_kept_behaviours.py [TOP]
 
 Looks at the last cell of every row of the document's tables: it holds the names of one or more
-tests in backticks, `Suite.Case` for one below tests/ in a file *_test.cc and `test_module.py::test_name` for
-one in tests/e2e. TOP is the top of the source tree, by default the one that this script is in.
+tests in backticks, `Suite.Case` for one in a file *_test.cc below tests/ and
+`test_module.py::test_name` for one in tests/e2e. TOP is the top of the source tree, by default the
+one that this script is in.
 """
 import pathlib
 import re

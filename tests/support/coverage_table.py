@@ -79,7 +79,9 @@ def main():
             used.add((file, text))
         else:
             unexplained.append(f"{file}:{number}: {text}")
-    print(f"{len(used)} notes explain lines that no test reaches; {len(unexplained)} lines without one")
+    print(
+        f"{len(used)} notes explain lines that no test reaches; {len(unexplained)} lines without one"
+    )
     print("\n".join(unexplained))
     stale = [f"{file}: {text}" for file, text in notes if (file, text) not in used]
     for note in stale:

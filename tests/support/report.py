@@ -31,15 +31,19 @@ def show_failed_programs(path):
     for case in ElementTree.parse(path).getroot().iter("testcase"):
         if case.get("status") != "fail":
             continue
-        print(f"FAILED: {case.get('name')}, {float(case.get('time')):.1f} s. The end of its output:")
+        print(
+            f"FAILED: {case.get('name')}, {float(case.get('time')):.1f} s. The end of its output:"
+        )
         lines = (case.findtext("system-out") or "").splitlines()
         print("\n".join(f"  {line}" for line in lines[-SHOWN_LINES:]))
 
 
 def main():
     if len(sys.argv) != 3 or not pathlib.Path(sys.argv[1]).is_dir():
-        print(f"usage: {sys.argv[0]} FOLDER FILE: a folder with results and CTest's own file",
-              file=sys.stderr)
+        print(
+            f"usage: {sys.argv[0]} FOLDER FILE: a folder with results and CTest's own file",
+            file=sys.stderr,
+        )
         return 2
     show_failed_programs(sys.argv[2])
     counts = collections.Counter()

@@ -112,9 +112,7 @@ exec {ip} "$@"
 
 
 @pytest.mark.parametrize("qdisc, state", [("noqueue", "LOWERLAYERDOWN "), ("noop", "UP ")])
-def test_command_starts_when_both_ends_of_the_link_have_noticed_each_other(
-    tmp_path, qdisc, state
-):
+def test_command_starts_when_both_ends_of_the_link_have_noticed_each_other(tmp_path, qdisc, state):
     """What is sent before is lost."""
     tool = tmp_path / "ip"
     tool.write_text(
@@ -147,8 +145,13 @@ else:
     # Root itself; and an ordinary user who may read the tree wherever it is.
     AS_ROOT = ("unshare", "--mount")
     READS = "+dac_read_search"
-    AS_USER = ("setpriv", "--reuid=1000", "--clear-groups", f"--inh-caps={READS}",
-               f"--ambient-caps={READS}")
+    AS_USER = (
+        "setpriv",
+        "--reuid=1000",
+        "--clear-groups",
+        f"--inh-caps={READS}",
+        f"--ambient-caps={READS}",
+    )
 
 # Runs a command with a filter, like those of containers, that refuses the system call unshare.
 FILTER = """

@@ -180,9 +180,7 @@ class Control:
     def select_page(self, index):
         """Makes a page of a notebook (role "page tab list") the current one."""
         self.accessible.querySelection().selectChild(index)
-        wait_until(
-            lambda: self.accessible.querySelection().isChildSelected(index), f"page {index}"
-        )
+        wait_until(lambda: self.accessible.querySelection().isChildSelected(index), f"page {index}")
 
     def rows(self):
         """The texts of a table, a list of texts per row."""

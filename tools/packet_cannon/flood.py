@@ -9,7 +9,6 @@ import sys
 TOP = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(TOP / "tools"))
 
-from packet_cannon import messages  # noqa: E402  (needs the line above)
 from packet_cannon.office import Office, Send, address  # noqa: E402  (needs the line above)
 
 SCANNERS = 1000
