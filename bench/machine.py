@@ -24,6 +24,11 @@ def memory():
     return f"{int(found[1]) / 1048576:.0f} GiB" if found else "unknown"
 
 
+def kernel():
+    """Its version; what stands behind that names who built it."""
+    return re.match(r"[0-9.]*[0-9]", platform.release())[0]
+
+
 def system():
     return re.search(r'^PRETTY_NAME="(.*)"', pathlib.Path("/etc/os-release").read_text(), re.M)[1]
 
@@ -46,7 +51,7 @@ def describe(build):
         "Revision": first_line("git", "describe", "--always", "--dirty"),
         "Processor": f"{processor()}, {os.cpu_count()} cores",
         "Memory": memory(),
-        "System": f"{system()}, Linux {platform.release()}, glibc {platform.libc_ver()[1]}",
+        "System": f"{system()}, Linux {kernel()}, glibc {platform.libc_ver()[1]}",
         "Compiler": f"g++ {first_line('g++', '-dumpfullversion')}, {build_type(build)}",
         "GTK": package("libgtk2.0-0"),
         "X server": f"Xvfb {package('xvfb')}, window manager openbox {package('openbox')}",
