@@ -29,7 +29,7 @@ extern DebugFunc myDbgFunc;
 
 // The start of every debug line's format, and the two arguments that it takes: the bare name of the
 // calling function and the line number. DBG_AT states a line number that is part of the line's
-// fixed text; DBG_HERE gives the real one.
+// fixed text, by which those who read logs know the line; DBG_HERE gives the real one.
 #define DBG_PREFIX "[%s(%d)]: "
 #define DBG_AT(line) __func__, (line)
 #define DBG_HERE DBG_AT(__LINE__)
