@@ -171,7 +171,7 @@ def test_the_companion_alone_asks_for_glib_only(tmp_path):
     commands = (build / "compile_commands.json").read_text()
     assert "/dvx-probe/main.cc" in commands
     assert "gtk" not in commands
-    (build / "tools" / "dvx-probe").touch(mode=0o755)
+    (build / "dvx-probe" / "dvx-probe").touch(mode=0o755)
     run("cmake", "--install", build, "--prefix", tmp_path / "prefix")
     assert files_below(tmp_path / "prefix") == PROBE_FILES
 
