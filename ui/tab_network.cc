@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "app/log/debug_log.h"
 #include "base/kept_memory.h"
@@ -85,6 +86,33 @@ gboolean ReportSelection(GtkTreeView* view) {
   return TRUE;
 }
 
+// The columns of the device list.
+struct Column {
+  unsigned short title;
+  const char* english;
+  const char* (*text)(const MACHINEINFO& machine);
+};
+constexpr Column kColumns[] = {
+    {kStrModelName, "Model Name", [](const MACHINEINFO& machine) { return machine.szModelName; }},
+    {kStrMachineName, "Machine Name",
+     [](const MACHINEINFO& machine) { return machine.szMachineName; }},
+    {kStrAddress, "IP Address", [](const MACHINEINFO& machine) { return machine.szIPAddress; }},
+};
+
+// A text for each column.
+template <typename TextOfColumn>
+std::vector<std::string> TextsOf(TextOfColumn text_of) {
+  std::vector<std::string> texts;
+  for (const Column& column : kColumns) texts.push_back(text_of(column));
+  return texts;
+}
+
+std::vector<const char*> Pointers(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
+}
+
 void WatchSelectionKeys(GtkWidget* view) {
   for (const char* signal : {"select-cursor-row", "toggle-cursor-row"}) {
     g_signal_connect_data(view, signal, G_CALLBACK(ReportSelection), view, nullptr,
@@ -146,9 +174,9 @@ void CTabNetwork::CreateControls() {
   m_pNameEntry->SetInputRule(INPUT_FILTER | INPUT_ALLOWED, kNameCharacters);
   m_pHeading = std::make_unique<xLabel>(Text(kStrHeading, "Configure Network Device").c_str(), 0.0F,
                                         0.5F, nullptr, kNoControlID);
-  m_pDeviceList = std::make_unique<xListBox>(
-      this, kIdDeviceList, Text(kStrModelName, "Model Name").c_str(),
-      Text(kStrMachineName, "Machine Name").c_str(), Text(kStrAddress, "IP Address").c_str());
+  const auto titles =
+      TextsOf([this](const Column& column) { return Text(column.title, column.english); });
+  m_pDeviceList = std::make_unique<xListBox>(this, kIdDeviceList, Pointers(titles));
   m_pSearch =
       std::make_unique<xButton>(this, kIdSearch, Text(kStrSearch, "Search").c_str(), 0, nullptr);
   m_pConfigure = std::make_unique<xButton>(this, kIdConfigure,
@@ -196,10 +224,10 @@ void CTabNetwork::SetMachineList() {
   m_pDeviceList->Clear();
   for (int i = 0; i < m_iNumMachine; ++i) {
     // What a device says of itself may be anything.
-    const MACHINEINFO& machine = m_pMachines[i];
-    m_pDeviceList->AddString2(MakeValidUtf8(machine.szModelName).c_str(),
-                              MakeValidUtf8(machine.szMachineName).c_str(),
-                              MakeValidUtf8(machine.szIPAddress).c_str());
+    const auto texts = TextsOf([machine = &m_pMachines[i]](const Column& column) {
+      return MakeValidUtf8(column.text(*machine));
+    });
+    m_pDeviceList->AddRow(Pointers(texts));
   }
   myDbgFunc(DBG_PREFIX "CTabNetwork::SetMachineList end\n", DBG_HERE);
 }

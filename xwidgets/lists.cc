@@ -1,7 +1,9 @@
 // List and combo controls.
 #include "xwidgets/lists.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "app/log/debug_log.h"
 #include "base/glib_ptr.h"
@@ -13,6 +15,7 @@ namespace {
 constexpr int kIconColumn = 0;
 constexpr int kTextColumn = 1;
 constexpr int kItemDataColumn = 2;
+constexpr std::size_t kFewestColumns = 3;
 
 struct FreePath {
   void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
@@ -32,15 +35,21 @@ Icon RenderStockIcon(const char* stockId) {
   return icon;
 }
 
+GtkListStore* NewStore(std::size_t columns) {
+  std::vector<GType> types(columns, G_TYPE_STRING);
+  return gtk_list_store_newv(static_cast<gint>(columns), types.data());
+}
+
 GtkTreeViewColumn* MakeColumn(const char* title, GtkCellRenderer* renderer, int column) {
   return gtk_tree_view_column_new_with_attributes(title, renderer, "text", column, nullptr);
 }
 
 }  // namespace
 
-xListBase::xListBase(xWidget* parent, unsigned int id)
-    : xWidget(parent, id),
-      m_pStore(gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING)) {}
+xListBase::xListBase(xWidget* parent, unsigned int id) : xListBase(parent, id, kFewestColumns) {}
+
+xListBase::xListBase(xWidget* parent, unsigned int id, std::size_t columns)
+    : xWidget(parent, id), m_pStore(NewStore(std::max(columns, kFewestColumns))) {}
 
 xListBase::~xListBase() = default;
 
@@ -68,12 +77,25 @@ int xListBase::AddString(const char* text, void* itemData, unsigned short bitmap
 }
 
 int xListBase::AddString2(const char* col0, const char* col1, const char* col2) {
+  return AddRow({col0, col1, col2});
+}
+
+int xListBase::AddRow(const std::vector<const char*>& texts) {
   const int index = GetCount();
+  std::vector<gint> columns(texts.size());
+  std::vector<GValue> values(texts.size());
+  std::string shown;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    columns[i] = static_cast<gint>(i);
+    g_value_init(&values[i], G_TYPE_STRING);
+    g_value_set_static_string(&values[i], texts[i]);
+    shown += std::string(i > 0 ? "-(" : "(") + Printable(texts[i]) + ")";
+  }
   GtkTreeIter row;
   gtk_list_store_append(m_pStore.get(), &row);
-  gtk_list_store_set(m_pStore.get(), &row, 0, col0, 1, col1, 2, col2, -1);
-  myDbgFunc(DBG_PREFIX "AddString2 (%s)-(%s)-(%s) \n", DBG_HERE, Printable(col0), Printable(col1),
-            Printable(col2));
+  gtk_list_store_set_valuesv(m_pStore.get(), &row, columns.data(), values.data(),
+                             static_cast<gint>(values.size()));
+  myDbgFunc(DBG_PREFIX "AddString2 %s \n", "AddString2", __LINE__, shown.c_str());
   return index;
 }
 
@@ -182,7 +204,10 @@ void xComboBox::CallBack_Changed(GtkComboBox* /*combo*/, void* data) {
 
 xListBox::xListBox(xWidget* parent, unsigned int id, const char* title0, const char* title1,
                    const char* title2)
-    : xListBase(parent, id) {
+    : xListBox(parent, id, {title0, title1, title2}) {}
+
+xListBox::xListBox(xWidget* parent, unsigned int id, const std::vector<const char*>& titles)
+    : xListBase(parent, id, titles.size()) {
   Attach(gtk_frame_new(nullptr));
   xListBox::SetShadowType(GTK_SHADOW_IN);
   GtkWidget* scrolled = gtk_scrolled_window_new(nullptr, nullptr);
@@ -192,7 +217,7 @@ xListBox::xListBox(xWidget* parent, unsigned int id, const char* title0, const c
   m_pTreeView.reset(GTK_WIDGET(g_object_ref_sink(gtk_tree_view_new_with_model(GetModel()))));
   gtk_container_add(GTK_CONTAINER(scrolled), m_pTreeView.get());
   CreateCellLayout();
-  AppendColumns(title0, title1, title2);
+  AppendColumns(titles);
   g_signal_connect(m_pTreeView.get(), "cursor-changed", G_CALLBACK(CallBack_Changed), this);
 }
 
@@ -242,13 +267,14 @@ void xListBox::CallBack_Changed(GtkTreeView* /*treeView*/, void* data) {
   if (data != nullptr) static_cast<xListBox*>(data)->OnSelectChanged();
 }
 
-void xListBox::AppendColumns(const char* title0, const char* title1, const char* title2) {
+void xListBox::AppendColumns(const std::vector<const char*>& titles) {
   GtkTreeView* view = GTK_TREE_VIEW(m_pTreeView.get());
-  GtkCellRenderer* renderer = m_pTextRenderer.get();
-  gtk_tree_view_append_column(view, MakeColumn(title0, renderer, 0));
-  if (title0 == nullptr) gtk_tree_view_set_headers_visible(view, FALSE);
-  if (title1 != nullptr) gtk_tree_view_append_column(view, MakeColumn(title1, renderer, 1));
-  if (title2 != nullptr) gtk_tree_view_append_column(view, MakeColumn(title2, renderer, 2));
+  if (titles[0] == nullptr) gtk_tree_view_set_headers_visible(view, FALSE);
+  for (std::size_t column = 0; column < titles.size(); ++column) {
+    if (column > 0 && titles[column] == nullptr) continue;
+    gtk_tree_view_append_column(
+        view, MakeColumn(titles[column], m_pTextRenderer.get(), static_cast<int>(column)));
+  }
 }
 
 void xListBox::Unselect() {

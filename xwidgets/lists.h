@@ -6,7 +6,9 @@
 
 #include <gtk/gtk.h>
 
+#include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "xwidgets/widget.h"
 
@@ -15,14 +17,15 @@ struct xObjectUnref {
   void operator()(void* object) const { g_object_unref(object); }
 };
 
-// The rows of a list, in a GtkListStore of three columns:
+// The rows of a list, in a GtkListStore of three columns, or of as many as a table has if these are
+// more:
 //
 //   column   xComboBox    xListBox
 //   0        icon         first text
 //   1        text         second text
 //   2        item data    third text
 //
-// All three columns hold texts, which the store copies. That decides what item data and icons can
+// All columns hold texts, which the store copies. That decides what item data and icons can
 // be: item data must be null or a NUL-terminated text, reading it back yields a new copy each time,
 // and an icon cannot be stored at all; GTK refuses it with a warning and the column keeps what it
 // had.
@@ -30,7 +33,7 @@ struct xObjectUnref {
 // Rows are addressed by their index from 0.
 class xListBase : public xWidget {
  public:
-  // Makes the empty store and no GTK widget.
+  // Makes the empty store of three columns and no GTK widget.
   xListBase(xWidget* parent, unsigned int id);
   ~xListBase() override;
 
@@ -60,6 +63,9 @@ class xListBase : public xWidget {
   // Appends a row of three texts, any of which may be null, and logs it. Returns the new row's
   // index.
   virtual int AddString2(const char* col0, const char* col1, const char* col2);
+
+  // The same with as many texts as the store has columns.
+  int AddRow(const std::vector<const char*>& texts);
 
   // Replaces the item data (null or a text) of a row; nothing for a row that does not exist.
   virtual void SetItemData(int index, void* itemData);
@@ -101,6 +107,9 @@ class xListBase : public xWidget {
   virtual void OnSelectChanged() = 0;
 
  protected:
+  // As the public constructor, with a store of so many columns, but three at least.
+  xListBase(xWidget* parent, unsigned int id, std::size_t columns);
+
   // The store as the model that GTK's views take.
   GtkTreeModel* GetModel() const;
 
@@ -134,17 +143,19 @@ class xComboBox : public xListBase {
   static void CallBack_Changed(GtkComboBox* combo, void* data);
 };
 
-// A table of up to three columns of texts (GtkTreeView) with scroll bars as needed, in a frame.
-// The widget that it attaches is the frame.
+// A table of columns of texts (GtkTreeView) with scroll bars as needed, in a frame. The widget that
+// it attaches is the frame.
 //
-// Rows of a table are added with AddString2. AddString fills the second and third column, and
-// GetString and SetCurSelByText look at the second.
+// Rows of a table are added with AddString2 or AddRow. AddString fills the second and third column,
+// and GetString and SetCurSelByText look at the second.
 class xListBox : public xListBase {
  public:
   // The first column is always there; without `title0` no column shows a title. The second and the
   // third are there if they have a title.
   xListBox(xWidget* parent, unsigned int id, const char* title0, const char* title1,
            const char* title2);
+  // The same for any number of columns, of which the first has to be among the titles.
+  xListBox(xWidget* parent, unsigned int id, const std::vector<const char*>& titles);
   ~xListBox() override;
 
   // Sets the look of the outer frame (gtk_frame_set_shadow_type).
@@ -175,6 +186,6 @@ class xListBox : public xListBase {
   std::unique_ptr<GtkWidget, xObjectUnref> m_pTreeView;
 
  private:
-  void AppendColumns(const char* title0, const char* title1, const char* title2);
+  void AppendColumns(const std::vector<const char*>& titles);
   void Unselect();
 };

@@ -862,6 +862,22 @@ TEST(ListBox, AddStringFillsTheSecondAndThirdVisibleColumn) {
   EXPECT_THAT(ShownTexts(list), ElementsAre("(null)", "text", "data"));
 }
 
+TEST(ListBox, HasAsManyColumnsAsItIsGivenTitles) {
+  List four(nullptr, kID, {"A", nullptr, "C", "D"});
+  EXPECT_THAT(Titles(four), ElementsAre("A", "C", "D"));
+  const DebugLines lines;
+  EXPECT_EQ(0, four.AddRow({"first", "hidden", nullptr, "fourth"}));
+  EXPECT_EQ(1, four.AddRow({"first", "hidden", "third", "fourth"}));
+  EXPECT_THAT(ShownTexts(four), ElementsAre("first", "(null)", "fourth"));
+  EXPECT_THAT(WithoutNumbers(lines.All()),
+              ElementsAre("[AddString2(#)]: AddString2 (first)-(hidden)-((null))-(fourth) \n",
+                          "[AddString2(#)]: AddString2 (first)-(hidden)-(third)-(fourth) \n"));
+  List one(nullptr, kID, {"A"});
+  EXPECT_THAT(Titles(one), ElementsAre("A"));
+  one.AddString2("first", "second", "third");
+  EXPECT_THAT(ShownTexts(one), ElementsAre("first"));
+}
+
 TEST(ListBox, ClearingItIsNotReported) {
   NotifyRecorder parent;
   xListBox list(&parent, kID, "A", "B", "C");
