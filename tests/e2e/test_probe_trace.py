@@ -1,10 +1,13 @@
 """dvx-probe --trace, and the Wireshark dissector of the registration protocol, read by tshark."""
 import json
 import pathlib
+import re
+import shutil
 import struct
 import subprocess
 
 import probe
+import pytest
 
 from desktop_driver.waiting import wait_until
 from desktop_driver.wire import Capture
@@ -16,27 +19,37 @@ CHECKED = ("-o", "ip.check_checksum:TRUE", "-o", "udp.check_checksum:TRUE")
 RAW_IPV4 = 101
 
 
-def tshark(file, *words):
-    done = subprocess.run(
-        ["tshark", "-n", "-X", f"lua_script:{DISSECTOR}", "-r", file, *words],
-        capture_output=True,
-        text=True,
-        check=True,
-    )
-    assert "Lua" not in done.stderr, done.stderr
+def tshark(*words):
+    done = subprocess.run(["tshark", *words], capture_output=True, text=True, check=False)
+    assert done.returncode == 0 and "Lua" not in done.stderr, done.stderr
     return done.stdout
+
+
+@pytest.fixture(scope="module", autouse=True)
+def installed_dissector():
+    """The dissector where the package puts it, in a folder of its own.
+
+    From other places tshark loads nothing as root, which this is, since Wireshark 4.4.
+    """
+    folders = tshark("-G", "folders")
+    plugins = re.search(r"^Global Lua Plugins:\s*(\S+)$", folders, re.MULTILINE)[1]
+    subprocess.run(["mount", "-t", "tmpfs", "tmpfs", plugins], check=True)
+    shutil.copy(DISSECTOR, plugins)
+    yield
+    subprocess.run(["umount", plugins], check=True)
 
 
 def read(file, display_filter, *fields):
     """The packets that pass the filter: a tuple each, with the fields' values by commas."""
     wanted = [word for field in fields for word in ("-e", field)]
-    output = tshark(file, "-Y", display_filter, "-T", "fields", *wanted)
+    output = tshark("-n", "-r", file, "-Y", display_filter, "-T", "fields", *wanted)
     return [tuple(line.split("\t")) for line in output.splitlines()]
 
 
 def complaints(file):
     notes = "_ws.malformed || (_ws.expert && !udp.possible_traceroute)"
-    output = tshark(file, *CHECKED, "-Y", notes, "-T", "fields", "-e", "_ws.expert.message")
+    fields = ("-T", "fields", "-e", "_ws.expert.message")
+    output = tshark("-n", "-r", file, *CHECKED, "-Y", notes, *fields)
     return output.splitlines()
 
 
@@ -166,7 +179,7 @@ def dissected(tmp_path, *payloads, source="10.77.0.10", ports=(40000, 3892)):
     header = struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, RAW_IPV4)
     file.write_bytes(header + b"".join(record(data, source, ports) for data in payloads))
     wanted = [word for field in (*FIELDS, "_ws.expert.message") for word in ("-e", field)]
-    output = tshark(file, "-T", "json", *wanted)
+    output = tshark("-n", "-r", file, "-T", "json", *wanted)
     return [item["_source"]["layers"] for item in json.loads(output)]
 
 
