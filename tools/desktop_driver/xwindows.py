@@ -14,19 +14,16 @@ MOTIF_FUNCTIONS = 1
 MOTIF_ALL_BUT = 1
 MOTIF_CLOSE = 32
 
-# The numbers of poll(2), restart_syscall(2) and epoll_wait(2), which processors have in ways of their
-# own.
-POLL, RESTARTED, EPOLL = {
-    "x86_64": (7, 219, 232),
-    "i686": (168, 0, 256),
-    "aarch64": (73, 128, 22),
-    "s390x": (168, 7, 249),
+# The numbers of poll(2), ppoll(2), restart_syscall(2) and epoll_wait(2), which processors have in ways
+# of their own.
+POLL, PPOLL, RESTARTED, EPOLL = {
+    "x86_64": (7, 271, 219, 232),
+    "i686": (168, 414, 0, 256),
+    "aarch64": (None, 73, 128, 22),
+    "s390x": (168, 302, 7, 249),
 }[platform.machine()]
-# What /proc tells of a thread that waits in poll(2), also after it was stopped meanwhile: the call's
-# number and three arguments.
-WAITING = re.compile(rf"(?:{POLL}|{RESTARTED}) 0x\w+ 0x\w+ 0x(?P<milliseconds>\w+) ")
-# The same of a thread that waits in epoll_wait(2), as the X server does.
-SERVER_WAITING = re.compile(rf"{EPOLL} ")
+# Two numbers of 64 bits: the seconds and nanoseconds of ppoll(2).
+TIME_SIZE = 16
 
 
 def run(*command):
@@ -58,10 +55,32 @@ def window_ids(pid):
     return [row[0] for row in rows if row[2] == str(pid)]
 
 
+def system_call(pid):
+    """The number and the arguments of the system call that a process is in; empty outside of one."""
+    words = pathlib.Path(f"/proc/{pid}/syscall").read_text().split()
+    return [int(word, 0) for word in words] if len(words) > 3 else []
+
+
+def memory(pid, address, size):
+    with open(f"/proc/{pid}/mem", "rb") as file:
+        file.seek(address)
+        return file.read(size)
+
+
 def waits_for_events(pid):
-    """Whether a process has nothing to do until something happens."""
-    call = WAITING.match(pathlib.Path(f"/proc/{pid}/syscall").read_text())
-    return call is not None and int(call["milliseconds"], 16) != 0
+    """Whether a stopped process has nothing to do until something happens.
+
+    The third argument of a wait is how long it may take: the milliseconds, or where the time stands.
+    A call that goes on after the process was stopped has the arguments of the first.
+    """
+    match system_call(pid):
+        case [number, _, _, milliseconds, *_] if number in (POLL, RESTARTED):
+            return milliseconds != 0
+        case [number, _, _, 0, *_] if number == PPOLL:
+            return True
+        case [number, _, _, time, *_] if number == PPOLL:
+            return any(memory(pid, time, TIME_SIZE))
+    return False
 
 
 def display_is_read():
@@ -74,12 +93,12 @@ def display_is_read():
 
 def display_is_quiet():
     """Whether the X server and the window manager have nothing to do and nothing to tell anyone."""
+    waits = {"openbox": (POLL, PPOLL, RESTARTED), "Xvfb": (EPOLL,)}
     for path in pathlib.Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it has just ended
-            name, call = ((path / file).read_text().strip() for file in ("comm", "syscall"))
-            if name == "openbox" and not WAITING.match(call):
-                return False
-            if name == "Xvfb" and not SERVER_WAITING.match(call):
+            name = (path / "comm").read_text().strip()
+            call = system_call(path.name) if name in waits else []
+            if name in waits and (not call or call[0] not in waits[name]):
                 return False
     return display_is_read()
 
