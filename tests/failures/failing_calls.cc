@@ -90,6 +90,7 @@ struct RealCalls {
     Find(&fopen, "fopen");
     Find(&fdopen, "fdopen");
     Find(&getpwuid, "getpwuid");
+    Find(&strerror, "strerror");
   }
 
   int (*socket)(int, int, int);
@@ -100,11 +101,23 @@ struct RealCalls {
   FILE* (*fopen)(const char*, const char*);
   FILE* (*fdopen)(int, const char*);
   passwd* (*getpwuid)(uid_t);
+  char* (*strerror)(int);
 };
 
 const RealCalls& Real() {
   static const RealCalls calls;
   return calls;
+}
+
+// Calls a function with nothing failing or counted within.
+template <typename Function, typename Argument>
+auto Undisturbed(Function* function, Argument argument) {
+  const bool was_armed = std::exchange(armed, false);
+  const bool was_counting = std::exchange(counting, false);
+  const auto result = function(argument);
+  armed = was_armed;
+  counting = was_counting;
+  return result;
 }
 
 // Answers that are still to come to the socket in use; negative when nobody said how many will.
@@ -215,13 +228,11 @@ FILE* fdopen(int fd, const char* mode) noexcept {
 
 passwd* getpwuid(uid_t uid) {
   if (Fails(failing::kGetpwuid, ENOMEM)) return nullptr;
-  const bool was_armed = std::exchange(armed, false);
-  const bool was_counting = std::exchange(counting, false);
-  passwd* user = Real().getpwuid(uid);
-  armed = was_armed;
-  counting = was_counting;
-  return user;
+  return Undisturbed(Real().getpwuid, uid);
 }
+
+// Where it has no memory to look for a translation it does without one; some versions ask for none.
+char* strerror(int error) noexcept { return Undisturbed(Real().strerror, error); }
 
 }  // extern "C"
 

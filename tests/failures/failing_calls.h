@@ -4,7 +4,8 @@
 // and its kind, socket, sendto and so on, also for the libraries that it uses. They do what the
 // real ones do, except within FailEach. That repeats an operation in one process after the other:
 // in the first of them the first call fails, in the second the second, until there are no more
-// calls to fail.
+// calls to fail. Within getpwuid and strerror nothing fails but getpwuid itself: the C library
+// keeps what it sets up then, and asks for more memory in some versions than in others.
 #pragma once
 
 #include <cstdint>
@@ -24,8 +25,7 @@ enum Call {
   kIoctl,     // ENODEV
   kFopen,     // EMFILE
   kFdopen,    // ENOMEM
-  kGetpwuid,  // ENOMEM; nothing else fails within it, as the C library keeps what it has set up
-              // then
+  kGetpwuid,  // ENOMEM
 };
 constexpr int kCalls = kGetpwuid + 1;
 
