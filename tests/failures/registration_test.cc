@@ -251,8 +251,8 @@ TEST_P(RegistrationFailureTest, CommandWithReplyGivesItsCodes) {
   };
   for (const auto& [call, expected] : codes) {
     EXPECT_EQ(2, FailEach(call, GetParam(), kSendResponse, kSideBySide,
-                          [expected = expected](const Result& result) {
-                            EXPECT_EQ(result.reached ? expected : "0", result.seen);
+                          [&failed = expected](const Result& result) {
+                            EXPECT_EQ(result.reached ? failed : "0", result.seen);
                           }));
   }
 }

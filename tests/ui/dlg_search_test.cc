@@ -526,9 +526,9 @@ TEST_F(DlgSearchTest, AnyOtherResponseCancelsTheSearch) {
   for (const auto& [response, result] : cases) {
     fake_scanners::Reset();
     fake_scanners::HoldSurveys();
-    EXPECT_EQ(result, Run([&, response = response](GtkDialog* dialog) {
+    EXPECT_EQ(result, Run([&, sent = response](GtkDialog* dialog) {
                 ASSERT_TRUE(SurveyIsRunning());
-                gtk_dialog_response(dialog, response);
+                gtk_dialog_response(dialog, sent);
               }));
     EXPECT_EQ(1, bCancel);
     Make();
