@@ -65,7 +65,7 @@ class Chooser {
       : m_pDialog(gtk_file_chooser_dialog_new(title.c_str(), Parent(), action, "gtk-cancel",
                                               GTK_RESPONSE_CANCEL, "gtk-ok", GTK_RESPONSE_ACCEPT,
                                               nullptr)) {}
-  ~Chooser() { gtk_widget_destroy(m_pDialog); }
+  ~Chooser() { xDestroyFileChooser(m_pDialog); }
   Chooser(const Chooser&) = delete;
   Chooser& operator=(const Chooser&) = delete;
 

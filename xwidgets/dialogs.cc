@@ -194,6 +194,17 @@ int xMessageBox(xWindow* parent, int type, const char* title, const char* fmt, .
   return buttons.Have(response) ? response : defaultId;
 }
 
+void xDestroyFileChooser(GtkWidget* chooser, unsigned int seconds) {
+  gtk_widget_hide(chooser);
+  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(chooser), "/");
+  const auto destroy = [](gpointer widget) -> gboolean {
+    gtk_widget_destroy(GTK_WIDGET(widget));
+    return FALSE;
+  };
+  g_timeout_add_seconds_full(G_PRIORITY_LOW, seconds, destroy, g_object_ref(chooser),
+                             g_object_unref);
+}
+
 xColorSelectDialog::xColorSelectDialog(xWindow* parent, unsigned int colorRef)
     : xDialog(parent), m_Color{0, Widen(colorRef), Widen(colorRef >> 8U), Widen(colorRef >> 16U)} {
   Build();

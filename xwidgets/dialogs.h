@@ -81,6 +81,15 @@ constexpr int kMsgIdNo = 7;
 int xMessageBox(xWindow* parent, int type, const char* title, const char* fmt, ...)
     __attribute__((format(printf, 4, 5)));
 
+// How long an answer about a file may take, in seconds: a server that is away takes its time.
+constexpr unsigned int kFileAnswers = 600;
+
+// Takes a file chooser, GTK's own, from the screen, and destroys it so many seconds later. GTK asks
+// about files in the background, and an answer that comes when the chooser is gone makes it use
+// widgets that are gone as well. Until then the chooser stays hidden, in a folder that is always
+// there, so that nothing about the one that it was in can be said any more.
+void xDestroyFileChooser(GtkWidget* chooser, unsigned int seconds = kFileAnswers);
+
 // A dialog to choose a colour. DoModel returns 1 for OK and 2 for Cancel.
 class xColorSelectDialog : public xDialog {
  public:

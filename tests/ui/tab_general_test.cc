@@ -472,9 +472,12 @@ class ChooserTest : public TabGeneralTest {
     const gtk_test::ModalAnswer modal([&](GtkDialog* dialog) { answer(Chooser(dialog)); });
     Click(*(General().*TabGeneral::OcrBrowse));
   }
+  // Expects so many choosers on the screen.
   static void Choosers(int count) {
     int found = 0;
-    for (GtkWidget* window : gtk_test::Toplevels()) found += GTK_IS_FILE_CHOOSER(window) ? 1 : 0;
+    for (GtkWidget* window : gtk_test::Toplevels()) {
+      found += GTK_IS_FILE_CHOOSER(window) && gtk_widget_get_visible(window) != 0 ? 1 : 0;
+    }
     EXPECT_EQ(count, found);
   }
 };
@@ -593,11 +596,7 @@ TEST_F(ChooserTest, OpensWithoutWarningsWhateverThePathsHold) {
     BrowseScan([](const Chooser& chooser) { chooser.Press(-6); });
     BrowseOcr([](const Chooser& chooser) { chooser.Press(-6); });
   }
-  // GTK has its own complaints about a chooser that is closed while it still looks icons up. These
-  // words would be about what it is given.
-  for (const char* word : {"UTF-8", "utf8", "gtk_file_chooser", "gtk_entry", "gtk_window"}) {
-    EXPECT_FALSE(warnings.Contain(word)) << word;
-  }
+  EXPECT_THAT(warnings.Messages(), IsEmpty());
 }
 
 TEST_F(ChooserTest, ClosingAChooserIsLikeCancelling) {
