@@ -143,14 +143,20 @@ def test_documents_link_to_what_is_installed_with_them(tmp_path):
         assert (document.parent / link).exists(), f"{document.name}: {link}"
 
 
+def with_what_it_requires(name):
+    """A library and all that it requires by itself, as pkg-config names them."""
+    required = run("pkg-config", "--print-requires", "--print-requires-private", name)
+    names = {line.split()[0] for line in required.splitlines()}
+    return {name}.union(*map(with_what_it_requires, names))
+
+
 def test_the_companion_alone_asks_for_glib_only(tmp_path):
     # Of all libraries these are known.
     known = tmp_path / "known"
     known.mkdir()
-    folders = run("pkg-config", "--variable", "pc_path", "pkg-config").strip().split(":")
-    for name in ("glib-2.0", "libpcre2-8"):
-        (file,) = [path for folder in folders for path in pathlib.Path(folder).glob(f"{name}.pc")]
-        shutil.copy(file, known)
+    for name in with_what_it_requires("glib-2.0"):
+        folder = run("pkg-config", "--variable", "pcfiledir", name).strip()
+        shutil.copy(f"{folder}/{name}.pc", known)
     build = tmp_path / "build"
     run(
         "cmake",
@@ -200,7 +206,9 @@ def test_metainfo_is_valid():
 
 def test_manual_page_of_the_program_is_clean():
     command = ("man", "--warnings", "--local-file", "--encoding=UTF-8", "--troff-device=utf8")
-    text = run(*command, TOP / "data/man/VeltranaDVXTools.1", MANWIDTH="80", MANROFFSEQ="")
+    page = TOP / "data/man/VeltranaDVXTools.1"
+    text = run(*command, page, MANWIDTH="80", MANROFFSEQ="", GROFF_NO_SGR="1")
+    text = re.sub(".\b", "", text)  # printed twice, for bold letters, or over a line
     assert "warning" not in text
     assert text.startswith("VELTRANADVXTOOLS(1)")
 
