@@ -157,10 +157,10 @@ else:
 FILTER = """
 import ctypes, os, struct, sys
 LOAD, EQUAL, RETURN, ALLOW, EPERM = 0x20, 0x15, 0x06, 0x7FFF0000, 0x00050001
-NUMBER = {"x86_64": 272, "aarch64": 97}[os.uname().machine]
+NUMBER = {"x86_64": 272, "i686": 310, "aarch64": 97, "s390x": 303}[os.uname().machine]
 rules = ((LOAD, 0, 0, 0), (EQUAL, 0, 1, NUMBER), (RETURN, 0, 0, EPERM), (RETURN, 0, 0, ALLOW))
 packed = ctypes.create_string_buffer(b"".join(struct.pack("HBBI", *rule) for rule in rules))
-program = ctypes.create_string_buffer(struct.pack("HxxxxxxQ", 4, ctypes.addressof(packed)))
+program = ctypes.create_string_buffer(struct.pack("HP", 4, ctypes.addressof(packed)))
 libc = ctypes.CDLL(None, use_errno=True)
 NO_NEW_PRIVS, SECCOMP = 38, 22
 assert libc.prctl(NO_NEW_PRIVS, 1, 0, 0, 0) == 0
