@@ -26,7 +26,6 @@ BATCH = 6
 BATCHES = [LANGUAGES[begin : begin + BATCH] for begin in range(0, len(LANGUAGES), BATCH)]
 # A theme with visible buttons and frames; a desktop brings its own.
 THEME = {"GTK2_RC_FILES": "/usr/share/themes/Clearlooks/gtk-2.0/gtkrc"}
-# The search for this one takes long enough to look at the dialog.
 # Its search does not end before it is cancelled: answers to it come for a minute.
 SLOW = "[scanner Slow]\ncopies.discovery = 600\ncopy_gap.discovery = 100\n"
 

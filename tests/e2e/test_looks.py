@@ -56,7 +56,6 @@ LOOKS = {
 SIZE = (638, 446)
 # What every text must reach (WCAG 2.1, level AA).
 CONTRAST = 4.5
-# The search for this one takes long enough to look at the dialog.
 # Its search does not end before it is cancelled: answers to it come for a minute.
 SLOW = "[scanner Slow]\ncopies.discovery = 600\ncopy_gap.discovery = 100\n"
 
