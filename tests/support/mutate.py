@@ -33,7 +33,13 @@ ENVIRONMENT = {
 }
 
 # Tests of the whole program have more than one target.
-WHOLE_PROGRAM = ["VeltranaDVXTools", "scanner-sim", "e2e_show_arguments"]
+WHOLE_PROGRAM = [
+    "VeltranaDVXTools",
+    "dvx-probe",
+    "e2e_show_arguments",
+    "failing_threads",
+    "scanner-sim",
+]
 # These look at the tree, of which a broken copy differs.
 TREE_TESTS = "^(mutations_apply|docs_)"
 
