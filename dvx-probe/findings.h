@@ -1,10 +1,10 @@
-// What keeps scanners from showing up, and what to do about it.
+// What keeps scanners from showing up, and what to do about it, in words.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "dvx-probe/facts.h"
+#include "dvx-probe/causes.h"
 
 struct Finding {
   std::string id;                     // one word for scripts and searches: "firewall"
@@ -14,8 +14,8 @@ struct Finding {
   std::string dump;                   // what arrived, when that matters
 };
 
-// Everything that is wrong, most important first. Empty when all is well.
-std::vector<Finding> findings_of(const Facts& facts);
+// The advice for a cause; the facts that it comes from tell where commands apply.
+Finding finding_of(const Cause& cause, const Facts& facts);
 
-// The devices that the program's own search finds and lists.
-std::vector<Device> listed_by_program(const Facts& facts);
+// That for everything that is wrong, most important first. Empty when all is well.
+std::vector<Finding> findings_of(const Facts& facts);

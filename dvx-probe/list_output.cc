@@ -112,9 +112,7 @@ std::string reply_text(const Reply& reply) {
 }
 
 std::string why_left_out(const Device& device) {
-  const std::pair<const Reply*, const char*> replies[] = {
-      {&device.model, "model"}, {&device.vendor, "vendor"}, {&device.name, "name"}};
-  for (const auto& [reply, what] : replies) {
+  for (const auto& [reply, what] : texts_of(device)) {
     if (reply->kind == ReplyKind::kText) continue;
     return "it " + reply_text(*reply) + " when asked for its " + what;
   }

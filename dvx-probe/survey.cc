@@ -108,7 +108,7 @@ void SearchIn(std::vector<PlaceAsked>* places, bool direct, int wait, const Netw
 // The replies to the questions of the survey, in their order, and what they are about.
 constexpr Reply Device::*kReplies[kDeviceQuestions] = {&Device::model, &Device::vendor,
                                                        &Device::name};
-constexpr const char* kSubjects[kDeviceQuestions] = {"models", "vendors", "names"};
+constexpr const char* kSubjects[kDeviceQuestions] = {"model", "vendor", "name"};
 
 // The device's interview as far as it was asked.
 DeviceInterview InterviewOf(const Device& device) {
@@ -167,6 +167,14 @@ Reply reply_of(const Outcome& outcome) {
   reply.text = answer->value;
   reply.kind = answer->errorStatus != 0 ? ReplyKind::kError : ReplyKind::kText;
   return reply;
+}
+
+std::vector<TextReply> texts_of(const Device& device) {
+  std::vector<TextReply> texts;
+  for (int question = 0; question < kDeviceQuestions; ++question) {
+    texts.push_back({&(device.*kReplies[question]), kSubjects[question]});
+  }
+  return texts;
 }
 
 bool Device::IsListed() const { return InterviewOf(*this).IsListed(); }
@@ -243,7 +251,7 @@ std::vector<Device> describe(const std::vector<in_addr>& addresses, bool all,
       if (all || goes_on) asked.push_back(&device);
     }
     AskDevices(asked, DeviceInterview::Object(question), kReplies[question], network,
-               kSubjects[question]);
+               (std::string(kSubjects[question]) + "s").c_str());
   }
   std::vector<Device*> listed;
   for (Device& device : devices) {

@@ -51,6 +51,13 @@ struct Device {
   bool IsListed() const;
 };
 
+// The replies to the questions that decide whether a device is listed, in their order.
+struct TextReply {
+  const Reply* reply;
+  const char* what;  // "model", "vendor", "name"
+};
+std::vector<TextReply> texts_of(const Device& device);
+
 // The row of a listed device, as in the program's own list.
 struct Row {
   std::string model;  // vendor, a blank, model without suffixes
