@@ -171,6 +171,7 @@ Reply reply_of(const Outcome& outcome) {
 
 std::vector<TextReply> texts_of(const Device& device) {
   std::vector<TextReply> texts;
+  texts.reserve(kDeviceQuestions);
   for (int question = 0; question < kDeviceQuestions; ++question) {
     texts.push_back({&(device.*kReplies[question]), kSubjects[question]});
   }

@@ -109,6 +109,7 @@ std::vector<std::string> TextsOf(TextOfColumn text_of) {
 
 std::vector<const char*> Pointers(const std::vector<std::string>& texts) {
   std::vector<const char*> pointers;
+  pointers.reserve(texts.size());
   for (const std::string& text : texts) pointers.push_back(text.c_str());
   return pointers;
 }
@@ -175,7 +176,7 @@ void CTabNetwork::CreateControls() {
   m_pHeading = std::make_unique<xLabel>(Text(kStrHeading, "Configure Network Device").c_str(), 0.0F,
                                         0.5F, nullptr, kNoControlID);
   const auto titles =
-      TextsOf([this](const Column& column) { return Text(column.title, column.english); });
+      TextsOf([](const Column& column) { return Text(column.title, column.english); });
   m_pDeviceList = std::make_unique<xListBox>(this, kIdDeviceList, Pointers(titles));
   m_pSearch =
       std::make_unique<xButton>(this, kIdSearch, Text(kStrSearch, "Search").c_str(), 0, nullptr);
