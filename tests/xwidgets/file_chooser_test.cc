@@ -50,7 +50,7 @@ void Hear(GObject* file, GAsyncResult* result, gpointer data) {
 }
 
 // Gives GTK the answer to one question, the oldest unless told otherwise.
-void Answer(Questions::iterator which = questions.begin()) {
+void Answer(const Questions::iterator& which = questions.begin()) {
   const int before = answers;
   const Question asked = *which;
   questions.erase(which);
