@@ -67,7 +67,7 @@ CommandConversation::CommandConversation(const UDPCOMMAND& request, int sequence
 
 void CommandConversation::TakeDatagram(const unsigned char* datagram, int length) {
   const auto taken = static_cast<size_t>(std::clamp(length, 0, kReplySize));
-  memcpy(m_Reply, datagram, taken);
+  if (taken > 0) memcpy(m_Reply, datagram, taken);
   memset(m_Reply + taken, 0, kReplySize - taken);
   if (memcmp(m_Reply + kSequenceOffset, m_Packet.get() + kSequenceOffset, 2) == 0) return End(0);
   m_bSawOther = true;

@@ -36,7 +36,7 @@ const char* DeviceInterview::Object(int question) {
 
 void DeviceInterview::TakeValue(const void* value, size_t length) {
   if (length > kTextCapacity) return TakeFailure();
-  memcpy(Buffer(), value, length);
+  if (length > 0) memcpy(Buffer(), value, length);
   snmp2c_str(Buffer(), static_cast<int>(length));
   TakeText();
 }
