@@ -292,7 +292,7 @@ TEST_F(DlgSearchHandOverTest, AnotherResponseInTheRoundOfTheEndCancelsTheSearch)
       {GTK_RESPONSE_DELETE_EVENT, 2}, {GTK_RESPONSE_NONE, 2}, {0, 2}, {2, 2}, {7, 7}};
   for (const auto& [response, result] : cases) {
     for (const bool before : {true, false}) {
-      EXPECT_EQ(result, RunWith([&, response = response] { Respond(response); }, before));
+      EXPECT_EQ(result, RunWith([&, sent = response] { Respond(sent); }, before));
       ExpectAllOrNothing(result);
     }
   }
